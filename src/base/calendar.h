@@ -1,0 +1,27 @@
+// Local calendar fields of a moment, cheap enough to be asked for every line of a long listing.
+#pragma once
+
+#include <cstdint>
+
+namespace kestrix {
+
+struct LocalTime {
+    int year = 1970;  // with century
+    int month = 1;    // 1 to 12
+    int day = 1;      // 1 to 31
+    int hour = 0;
+    int minute = 0;
+    int second = 0;
+
+    bool operator==(const LocalTime&) const = default;
+};
+
+// The fields of `secondsSince1970` in the time zone of the process (TZ or the system's). Any thread;
+// remembers the zone's offset per quarter of an hour and thread, so that neighbouring times cost no call of
+// the C library.
+LocalTime localTime(int64_t secondsSince1970);
+
+// Whether two moments lie on the same local day.
+bool sameLocalDay(int64_t a, int64_t b);
+
+}  // namespace kestrix

@@ -1,0 +1,19 @@
+// Where this user's files of ours lie, after the XDG base directories.
+#pragma once
+
+#include <string>
+
+namespace kestrix {
+
+// All absolute, without trailing slash. Nothing is created here; whoever writes makes the folder first.
+struct UserFolders {
+    std::string home;          // of the password database; $HOME where that has none
+    std::string settingsFile;  // $XDG_CONFIG_HOME/kestrix/settings.json
+    std::string data;          // $XDG_DATA_HOME/kestrix
+    std::string cache;         // $XDG_CACHE_HOME/kestrix
+
+    // From the environment. $KESTRIX_HOME, when set, holds all but `home`.
+    static UserFolders fromEnvironment();
+};
+
+}  // namespace kestrix
