@@ -162,9 +162,9 @@ class Walk::Worker {
             const char* name = slice.names.data() + at;
             const std::size_t length = std::strlen(name);
             readChild(family, name, length);
+            handOverIfDue();
             at += length + 1;
         }
-        handOverIfDue();
     }
 
     int openFamily(FolderFamily& family) {
@@ -200,6 +200,7 @@ class Walk::Worker {
             if (entry.type == EntryType::other || entry.type == EntryType::unknown) continue;
             const bool isFolder = entry.type == EntryType::directory;
             if (matches(entry.name)) addResult(directory, entry.name, isFolder, diskKey);
+            if (found_.size() >= kHandOverCount) handOver();
             if (isFolder && ++folders && isToBeEntered(entry.name)) {
                 childNames_.append(entry.name).push_back('\0');
             }
