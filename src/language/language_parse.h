@@ -1,0 +1,63 @@
+// The language of the command area: templates matched against the words behind the colon.
+#pragma once
+
+#include <any>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "language/command.h"
+#include "language/sentence_template.h"
+
+namespace kestrix {
+
+struct VariableParserResult {
+    std::optional<std::any> value;  // nothing: the template gets no argument for it
+    std::size_t numberOfConsumedWords = 0;
+};
+
+struct CommandRecogniserResult {
+    Commands commands;
+    SentenceComponents words;  // every word that a template touched
+};
+
+// Immutable once made; any thread may match. One lives as long as the application.
+class LanguageParse {
+  public:
+    // Looks at the front of the remaining words; nothing means that the variable does not match there.
+    // `words` is never empty, but for variables that say they take an empty list.
+    using VariableParser =
+        std::function<std::optional<VariableParserResult>(std::span<const SentenceComponent> words)>;
+    using VariableCompletor =
+        std::function<std::optional<std::string>(std::span<const SentenceComponent> words)>;
+
+    struct Vocabulary {
+        std::vector<SentenceTemplate> sentences;  // in file order
+        std::vector<std::shared_ptr<const CommandFactory>>
+            factories;  // the first that knows a command makes it
+        std::map<std::string, VariableParser, std::less<>> variableParsers;
+        std::map<std::string, VariableCompletor, std::less<>> variableCompletors;
+    };
+
+    // An empty language, to which every word behind the colon is unknown.
+    LanguageParse() = default;
+    explicit LanguageParse(Vocabulary vocabulary);
+
+    // Finds the commands in the words behind the colon, one after another, in any order, with unknown words
+    // between them. Of the templates that match at one place the one with the most words wins, then the first
+    // in the file.
+    CommandRecogniserResult allMatches(const SentenceComponents& inputWords) const;
+
+    const std::vector<SentenceTemplate>& sentences() const { return vocabulary_.sentences; }
+
+  private:
+    CommandRecogniserResult doesMatch(const SentenceComponents& inputWords) const;
+
+    Vocabulary vocabulary_;
+};
+
+}  // namespace kestrix
