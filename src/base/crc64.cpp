@@ -1,11 +1,11 @@
 // A message is a polynomial over two values, its first bit the highest power, and the checksum is the rest of
-// message times x^64 after division by the polynomial P. The incoming checksum counts as eight bytes added (XOR)
-// to the start of the message. Leading zero bytes change nothing.
+// message times x^64 after division by the polynomial P. The incoming checksum counts as eight bytes added
+// (XOR) to the start of the message. Leading zero bytes change nothing.
 //
 // Tables: kTables[k][b] is the rest of byte b followed by k zero bytes, so eight bytes are eight look-ups.
 //
-// Multiply: 16 bytes are moved on over the next 16 by multiplying each half with a known power of x modulo P; the
-// result is no longer than 16 bytes again. To have whole blocks only, the odd bytes are taken first, with
+// Multiply: 16 bytes are moved on over the next 16 by multiplying each half with a known power of x modulo P;
+// the result is no longer than 16 bytes again. To have whole blocks only, the odd bytes are taken first, with
 // zeros before them. Four blocks at a time hide the latency of the multiply in long messages. At the end, the
 // last 16 bytes are divided by P with a precomputed reciprocal.
 #include "base/crc64.h"
@@ -98,8 +98,8 @@ constexpr std::uint64_t reciprocal() {
     return quotient;
 }
 
-// Byte shuffles out of one table: an index with the top bit set yields zero. kShuffle + 16 turns a block's bytes
-// round, so that the first one becomes the highest; starting elsewhere also moves the block up or down.
+// Byte shuffles out of one table: an index with the top bit set yields zero. kShuffle + 16 turns a block's
+// bytes round, so that the first one becomes the highest; starting elsewhere also moves the block up or down.
 alignas(16) constexpr std::array<unsigned char, 48> kShuffle = [] {
     std::array<unsigned char, 48> table{};
     for (std::size_t i = 0; i < table.size(); ++i) {
@@ -118,7 +118,8 @@ KESTRIX_MULTIPLY inline __m128i loadBlock(const unsigned char* data) {
 
 // `block` moved on by the distance whose powers of x are given (high half: distance + 64).
 KESTRIX_MULTIPLY inline __m128i moved(__m128i block, __m128i powers) {
-    return _mm_xor_si128(_mm_clmulepi64_si128(block, powers, 0x00), _mm_clmulepi64_si128(block, powers, 0x11));
+    return _mm_xor_si128(_mm_clmulepi64_si128(block, powers, 0x00),
+                         _mm_clmulepi64_si128(block, powers, 0x11));
 }
 
 template <unsigned distance>
@@ -145,7 +146,9 @@ KESTRIX_MULTIPLY inline std::uint64_t restOf(__m128i block) {
 
 }  // namespace
 
-bool canMultiply() { return __builtin_cpu_supports("pclmul") && __builtin_cpu_supports("ssse3"); }
+bool canMultiply() {
+    return __builtin_cpu_supports("pclmul") && __builtin_cpu_supports("ssse3");
+}
 
 KESTRIX_MULTIPLY std::uint64_t byMultiply(std::uint64_t crc, const unsigned char* data, std::size_t length) {
     // 1 to 16 bytes first, so that only whole blocks follow. The incoming checksum lies on the first eight
@@ -186,7 +189,9 @@ KESTRIX_MULTIPLY std::uint64_t byMultiply(std::uint64_t crc, const unsigned char
 
 #undef KESTRIX_MULTIPLY
 #else
-bool canMultiply() { return false; }
+bool canMultiply() {
+    return false;
+}
 std::uint64_t byMultiply(std::uint64_t crc, const unsigned char* data, std::size_t length) {
     return byTables(crc, data, length);
 }

@@ -20,7 +20,8 @@ constexpr std::array<std::uint64_t, 16> kKeyWords = {
 
 }  // namespace
 
-std::string Munge::munge(std::string_view data, std::uint64_t multiplier, std::optional<std::size_t> maxBytes) {
+std::string Munge::munge(std::string_view data, std::uint64_t multiplier,
+                         std::optional<std::size_t> maxBytes) {
     std::string scrambled(data);
     for (std::size_t index = 0, at = 0; at < scrambled.size(); ++index, at += sizeof(std::uint64_t)) {
         if (maxBytes && index > *maxBytes) break;
