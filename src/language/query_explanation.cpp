@@ -38,8 +38,8 @@ Json asJson(const Command& command) {
     object["class"] = command.className();
     object["text"] = command.commandToString();
     object["consumed"] = wordsAsJson(command.commandConsumedParts);
-    for (const auto& [key, value] : command.explainedFields().items())
-        object.emplace(key, Json(value));
+    const nlohmann::json fields = command.explainedFields();
+    for (const auto& [key, value] : fields.items()) object.emplace(key, Json(value));
     return object;
 }
 
