@@ -2,14 +2,15 @@
 // other zero byte, so one never runs into the other, and texts that people take for equal ("a" and "A") are
 // still in a fixed order.
 #include <unicode/ucol.h>
-#include <unicode/uloc.h>
 #include <unicode/ustring.h>
 
 #include <array>
 #include <cstring>
 #include <memory>
+#include <string>
 
 #include "base/text.h"
+#include "base/text_locale.h"
 
 namespace kestrix::text {
 namespace {
@@ -23,11 +24,8 @@ struct CloseCollator {
 using Collator = std::unique_ptr<UCollator, CloseCollator>;
 
 Collator openCollator() {
-    // What LANG=C turns into. Its order is that of ASCII, capitals first, which nobody wants to see names in.
-    const char* locale = uloc_getDefault();
-    if (std::strcmp(locale, "en_US_POSIX") == 0) locale = "";
     UErrorCode status = U_ZERO_ERROR;
-    Collator collator(ucol_open(locale, &status));
+    Collator collator(ucol_open(userLocale("LC_COLLATE").c_str(), &status));
     if (U_FAILURE(status)) return nullptr;
     ucol_setAttribute(collator.get(), UCOL_NUMERIC_COLLATION, UCOL_ON, &status);
     ucol_setStrength(collator.get(), UCOL_SECONDARY);
@@ -52,20 +50,20 @@ class Utf16 {
   public:
     explicit Utf16(std::string_view text) {
         text = text.substr(0, kLongestCollated);
-        if (text.size() > onStack_.size()) onHeap_ = std::make_unique<UChar[]>(text.size());
+        if (text.size() > onStack_.size()) onHeap_.resize(text.size());
         UErrorCode status = U_ZERO_ERROR;
         u_strFromUTF8WithSub(data(), static_cast<int32_t>(text.size()), &length_, text.data(),
                              static_cast<int32_t>(text.size()), 0xFFFD, nullptr, &status);
         if (U_FAILURE(status)) length_ = 0;
     }
-    const UChar* units() const { return onHeap_ ? onHeap_.get() : onStack_.data(); }
+    const UChar* units() const { return onHeap_.empty() ? onStack_.data() : onHeap_.data(); }
     int32_t length() const { return length_; }
 
   private:
-    UChar* data() { return onHeap_ ? onHeap_.get() : onStack_.data(); }
+    UChar* data() { return onHeap_.empty() ? onStack_.data() : onHeap_.data(); }
 
     std::array<UChar, 512> onStack_;
-    std::unique_ptr<UChar[]> onHeap_;
+    std::u16string onHeap_;
     int32_t length_ = 0;
 };
 
