@@ -24,7 +24,7 @@ class MergeTwinTest : public SearchTest {
                                      "cat.",         "s p",     "K\u00e4t", "..",      "a.b.c"};
         std::string path = pick(kStarts);
         for (auto depth = random_() % 4; depth > 0; --depth)
-            path += (path.back() == '/' ? "" : "/") + pick(kNames);
+            path.append(path.back() == '/' ? "" : "/").append(pick(kNames));
         if (random_() % 20 == 0) path += '/';
         return path;
     }
