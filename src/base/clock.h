@@ -38,7 +38,11 @@ class Clock {
 // Whole seconds since 1970 of a time of day, rounded down.
 long long secondsSince1970(WallTime time);
 
+// The time `by` after `from`: `from` itself for a negative delay, SteadyTime::max() for one too long to count.
+SteadyTime later(SteadyTime from, Seconds by);
+
 // A clock that stands still until it is told to move. Waiting threads wake when the time passes their limit.
+// Must not be moved by a thread that holds the lock of a waiting one, nor from inside its `done`.
 class ManualClock : public Clock {
   public:
     explicit ManualClock(WallTime start = WallTime(std::chrono::seconds(1'000'000'000)));
@@ -65,6 +69,8 @@ class ManualClock : public Clock {
     WallTime wall_;
     SteadyTime steady_;
     std::vector<Waiter> waiters_;
+    int waking_ = 0;  // advances that hold copies of waiters_ just now
+    std::condition_variable nobodyWakes_;
 };
 
 }  // namespace kestrix

@@ -1,4 +1,4 @@
-// A set of 64-bit keys that are well mixed already (checksums), in 16 bytes or less a key.
+// A set of 64-bit keys that are well mixed already (checksums), in 11 to 21 bytes a key.
 #pragma once
 
 #include <cstddef>

@@ -53,7 +53,10 @@ class RunLoop : public MainQueue {
     void quit();
 
   private:
-    bool takeDue(Block& block);
+    // All three with mutex_ held; serveDue lets go of it around each block.
+    void serveDue(std::unique_lock<std::mutex>& hold, bool endsWithQuit);
+    bool takeDue(Block& block, Ticket before);
+    SteadyTime earliest() const;
 
     Clock& clock_;
     std::mutex mutex_;
@@ -62,6 +65,7 @@ class RunLoop : public MainQueue {
     std::map<std::pair<SteadyTime, Ticket>, Block> blocks_;
     Ticket nextTicket_ = 1;
     bool quit_ = false;
+    Ticket firstAfterQuit_ = 0;  // what was posted since quit was called waits for the next run
 };
 
 // Delayed calls on a main queue, keyed by the place in the source that asks for them.
@@ -86,6 +90,8 @@ class GCDAdditions {
 
   private:
     struct State;
+    void postCall(std::uint64_t call, Seconds afterDelay, MainQueue::Block block);
+
     MainQueue& queue_;
     std::shared_ptr<State> state_;
 };

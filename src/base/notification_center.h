@@ -20,6 +20,8 @@ class NotificationCenter {
     class Observation {
       public:
         Observation() = default;
+        Observation(Observation&&) = default;
+        Observation& operator=(Observation&&) = default;
 
       private:
         friend class NotificationCenter;

@@ -53,6 +53,11 @@ class OperationQueue {
     // The given name and the place of creation: "name file.cpp:12".
     const std::string& name() const;
 
+  protected:
+    // What destruction does. A derived class calls it first in its own destructor, because until it returns an
+    // operation that still runs may add to the queue. What is added after it is dropped.
+    void end();
+
   private:
     struct State;
     std::shared_ptr<State> state_;
@@ -64,6 +69,7 @@ class SerialQueue : public OperationQueue {
     explicit SerialQueue(std::string_view name = "",
                          std::source_location where = std::source_location::current())
         : OperationQueue(1, name, where) {}
+    ~SerialQueue() override { end(); }
 };
 
 // An operation queue that counts the operations it has not finished yet, queued and running. Cancelled
@@ -71,6 +77,7 @@ class SerialQueue : public OperationQueue {
 class TrackableOperationQueue : public OperationQueue {
   public:
     using OperationQueue::OperationQueue;
+    ~TrackableOperationQueue() override { end(); }
 
     void add(Operation operation) override;
     int activeOperations() const { return active_->get(); }

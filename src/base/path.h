@@ -15,7 +15,7 @@ std::string_view lastComponent(std::string_view path);
 std::string_view extension(std::string_view path);
 
 // The path without its last component and the slash before it: "/a/b" gives "/a", "/a" gives "/", "a" gives
-// "".
+// "". Nothing is above "/": it gives "", so that climbing ends.
 std::string_view parent(std::string_view path);
 
 // The pieces between slashes, empty ones omitted.

@@ -41,7 +41,8 @@ class OpenDirectory {
     OpenDirectory& operator=(OpenDirectory&& other) noexcept;
     ~OpenDirectory();
 
-    // Opens by path, symbolic links followed. Returns 0 or an errno (ENAMETOOLONG past 4095 bytes).
+    // Opens by path, symbolic links followed. Returns 0 or an errno (ENAMETOOLONG past 4095 bytes). What was
+    // open before is closed on success only; the same holds for openAt.
     int open(const std::string& path);
     // Opens a child by its bare, null-terminated name; a symbolic link there is refused with ELOOP.
     int openAt(const OpenDirectory& parent, const char* name);
@@ -72,7 +73,8 @@ class DirectoryReader {
     DirectoryReader(const DirectoryReader&) = delete;
     DirectoryReader& operator=(const DirectoryReader&) = delete;
 
-    // Begins to list the directory, which must stay open until next has answered false.
+    // Begins to list the directory, which must stay open until next has answered false. Each opening can be
+    // listed once: going back to its beginning would cost a twentieth of reading a small directory.
     void start(const OpenDirectory& directory);
 
     // The next entry; false at the end or after an error. An entry whose file system tells no type has

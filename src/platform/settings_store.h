@@ -14,6 +14,7 @@ namespace kestrix {
 // changed in the one key and replaced whole, so two processes never lose each other's keys. A file that is no
 // JSON object is damaged: the first operation that meets it sets it aside under another name, tells
 // `onDamage` (path of the copy), and goes on with an empty store. If it cannot be set aside, writing throws.
+// An empty file is an empty store. JSON's null is no value: storing it removes the key.
 // Threads: any. Failures: reading a file that cannot be opened counts as empty; writing throws Error.
 class SettingsStore {
   public:
@@ -29,7 +30,7 @@ class SettingsStore {
     bool unset(const std::string& key);
 
     // Hands `change` the value of now (null if none) with the lock on the file held and stores what it leaves
-    // there. Nothing is written when nothing changed.
+    // there. Nothing is written when nothing changed. `change` may read this store but not write to it.
     void modify(const std::string& key, const std::function<void(nlohmann::json& value)>& change);
 
     // All keys with a value, sorted.

@@ -12,7 +12,8 @@ struct UserFolders {
     std::string data;          // $XDG_DATA_HOME/kestrix
     std::string cache;         // $XDG_CACHE_HOME/kestrix
 
-    // From the environment. $KESTRIX_HOME, when set, holds all but `home`.
+    // From the environment. $KESTRIX_HOME, when set, holds all but `home`. A base directory that is unset or
+    // not absolute has its usual place below $HOME.
     static UserFolders fromEnvironment();
 };
 

@@ -51,12 +51,11 @@ class FileSystemSearch : public SearchDataSource,
     void cancel(ActivityItem&) override { userCanceled_ = true; }
 
   private:
+    void walk(const QueryContainer& query, const std::string& start,
+              const std::vector<std::string>& allStarts, SearchDataSourceDelegate& handler);
+
     WalkEnvironment environment_;
     std::atomic<bool> userCanceled_ = false;
 };
-
-// Whether a folder is left out of every walk: equal to one of `skipPaths`, or holding one of `skipIncludes`.
-bool shouldSkip(std::string_view path, const std::vector<std::string>& skipPaths,
-                const std::vector<std::string>& skipIncludes);
 
 }  // namespace kestrix

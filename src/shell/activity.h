@@ -93,7 +93,7 @@ class ActivityView {
 };
 
 // The list of running jobs in order of creation. It is touched on the main queue only; save and remove hop
-// there and return at once, whichever thread calls them.
+// there and return at once, whichever thread calls them. Made and ended on the thread that serves the queue.
 class ActivityController {
   public:
     static constexpr const char* StatusChangedNotification = "ActivityItem.StatusChangedNotification";

@@ -59,7 +59,9 @@ class Logger {
     static std::atomic<Logger*> shared;
 
   private:
-    void changeDay(long long now);
+    void prepareFile(WallTime now);
+    void changeDay(WallTime now);
+    void tellDelegates(std::string line);
 
     LogURLs urls_;
     MainQueue& mainQueue_;

@@ -65,6 +65,8 @@ class Preferences {
         NotificationCenter::Handler handler);
 
   private:
+    void noteBuild(const std::string& buildNumber);
+    void setIfMissing(const std::string& key, bool value);
     void announce();
 
     SettingsStore& store_;
@@ -86,6 +88,9 @@ class PreferencesArray {
     void save();
     // Adds at the end; an equal element moves there. Drops the oldest above the maximum. Does not save.
     void add(const std::string& element);
+    // Adds to the list as it is stored now, with what other processes have added meanwhile, and saves it.
+    // What was added before and not saved is forgotten.
+    void addAndSave(const std::string& element);
 
     const std::vector<std::string>& contents() const { return contents_; }
 

@@ -1,0 +1,67 @@
+#include "platform/user_folders.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string_view>
+#include <vector>
+
+#include "base/path.h"
+#include "platform/system_info.h"
+
+namespace kestrix {
+
+namespace {
+
+std::string environmentValue(const char* name) {
+    const char* value = ::secure_getenv(name);
+    return value == nullptr ? std::string() : value;
+}
+
+// The base directory rules: a path there must be absolute, or it is to be ignored.
+std::string absoluteValue(const char* name, std::string fallback) {
+    const std::string value = environmentValue(name);
+    return value.starts_with('/') ? std::string(path::withoutTrailingSlash(value)) : fallback;
+}
+
+std::string homeOfPasswordDatabase() {
+    std::vector<char> buffer(16 * 1024);
+    passwd entry{};
+    passwd* found = nullptr;
+    int result = 0;
+    while ((result = ::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found)) == ERANGE) {
+        buffer.resize(buffer.size() * 2);
+    }
+    if (result != 0 || found == nullptr || found->pw_dir == nullptr || found->pw_dir[0] != '/') return {};
+    return std::string(path::withoutTrailingSlash(found->pw_dir));
+}
+
+}  // namespace
+
+UserFolders UserFolders::fromEnvironment() {
+    UserFolders folders;
+    folders.home = homeOfPasswordDatabase();
+    // The base directories hang on $HOME, also where the password database tells another home.
+    const std::string shellHome = absoluteValue("HOME", folders.home.empty() ? "/" : folders.home);
+    if (folders.home.empty()) folders.home = shellHome;
+
+    const std::string own = environmentValue("KESTRIX_HOME");
+    if (!own.empty()) {
+        const std::string base =
+            own.starts_with('/') ? path::normalized(own, "/") : path::normalized(own, workingDirectory());
+        folders.settingsFile = path::join(base, "settings.json");
+        folders.data = path::join(base, "data");
+        folders.cache = path::join(base, "cache");
+        return folders;
+    }
+    const auto baseFolder = [&](const char* name, std::string_view below) {
+        return absoluteValue(name, path::join(shellHome, below));
+    };
+    folders.settingsFile = path::join(baseFolder("XDG_CONFIG_HOME", ".config"), "kestrix/settings.json");
+    folders.data = path::join(baseFolder("XDG_DATA_HOME", ".local/share"), "kestrix");
+    folders.cache = path::join(baseFolder("XDG_CACHE_HOME", ".cache"), "kestrix");
+    return folders;
+}
+
+}  // namespace kestrix

@@ -1,0 +1,72 @@
+#include "base/bytes.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <limits>
+#include <random>
+#include <string>
+#include <unordered_set>
+
+#include "base/key_set.h"
+#include "base/munge.h"
+
+namespace kestrix {
+namespace {
+
+TEST(Bytes, ARangeOutsideTheBufferIsNothing) {
+    EXPECT_EQ(subdata_safe("abcd", 1, 3), "bc");
+    EXPECT_EQ(subdata_safe("abcd", 4, 4), "");
+    EXPECT_FALSE(subdata_safe("abcd", 3, 5));
+    EXPECT_FALSE(subdata_safe("abcd", 3, 2));
+    EXPECT_FALSE(subdata_safe("abcd", 5, std::numeric_limits<std::size_t>::max()));
+}
+
+TEST(Bytes, ReadingBackWhatWasAppendedEndsAtTheEnd) {
+    std::string bytes;
+    appendValue(bytes, std::uint8_t{7});
+    appendValue(bytes, std::int64_t{-2});
+    appendValue(bytes, std::uint16_t{0x0102});
+    EXPECT_EQ(hexString(bytes), "07feffffffffffffff0201");
+    std::size_t offset = 0;
+    EXPECT_EQ(safeValueAndIncrement<std::uint8_t>(bytes, offset), 7);
+    EXPECT_EQ(safeValueAndIncrement<std::int64_t>(bytes, offset), -2);
+    EXPECT_FALSE(safeValueAndIncrement<std::uint32_t>(bytes, offset));
+    EXPECT_EQ(offset, 9U);
+    offset = std::numeric_limits<std::size_t>::max();
+    EXPECT_FALSE(safeValueAndIncrement<std::uint8_t>(bytes, offset));
+}
+
+TEST(Munge, IsItsOwnInverseAtEveryLength) {
+    for (std::size_t length = 0; length < 300; ++length) {
+        const std::string data(length, '\x5A');
+        const std::string scrambled = Munge::munge(data, 0xD1B54A32D192ED03);
+        ASSERT_EQ(scrambled.size(), length);
+        ASSERT_EQ(scrambled == data, length == 0);
+        ASSERT_EQ(Munge::munge(scrambled, 0xD1B54A32D192ED03), data);
+    }
+}
+
+TEST(Munge, TheKeyWrapsRoundAndALimitCountsWords) {
+    const std::string zeros(20 * 8, '\0');
+    const std::string scrambled = Munge::munge(zeros, 3);
+    EXPECT_EQ(scrambled.substr(16 * 8, 8), scrambled.substr(0, 8));
+    EXPECT_NE(scrambled.substr(8, 8), scrambled.substr(0, 8));
+    EXPECT_EQ(Munge::munge(zeros, 3, 4), scrambled.substr(0, 5 * 8) + std::string(15 * 8, '\0'));
+    EXPECT_EQ(Munge::mungeToHexString("text", 3), hexString(Munge::munge("text", 3)));
+}
+
+TEST(KeySet, AgreesWithASetOfTheLibrary) {
+    std::mt19937_64 random(7);
+    KeySet keys;
+    std::unordered_set<std::int64_t> twin;
+    for (int i = 0; i < 200'000; ++i) {
+        // Many repeats, keys that share their low bits, and 0.
+        const auto key = static_cast<std::int64_t>(random() % 50'000) << (i % 3 == 0 ? 32 : 0);
+        ASSERT_EQ(keys.insert(key), twin.insert(key).second) << key;
+        ASSERT_EQ(keys.size(), twin.size());
+    }
+}
+
+}  // namespace
+}  // namespace kestrix
