@@ -72,7 +72,7 @@ class Parser {
         } else if (const OptionSpec* option = text.size() == 2 ? shortOption(text[1]) : nullptr) {
             arguments_.options.push_back({option, {}});
         } else if (!arguments_.command) {
-            throw UsageError("there is no option " + quoted(text) + "; kestrix --help lists what there is");
+            throw UsageError("there is no option " + inQuotes(text) + "; kestrix --help lists what there is");
         } else {
             takeWord(text);
         }
@@ -89,7 +89,7 @@ class Parser {
         if (arguments_.command) return;
         const auto names = namesOf(allCommands());
         const auto near = nearest(word, names);
-        throw UsageError("there is no command " + quoted(word) +
+        throw UsageError("there is no command " + inQuotes(word) +
                          (near.empty() ? "; kestrix --help lists all" : suggestion("", near)));
     }
 
@@ -97,7 +97,7 @@ class Parser {
         arguments_.action = actionNamed(*arguments_.command, word);
         if (arguments_.action) return;
         const auto names = namesOf(arguments_.command->actions);
-        throw UsageError(std::string(arguments_.command->name) + " has no " + quoted(word) + "; it has " +
+        throw UsageError(std::string(arguments_.command->name) + " has no " + inQuotes(word) + "; it has " +
                          joined(names) + suggestion("", nearest(word, names)));
     }
 
@@ -131,7 +131,7 @@ class Parser {
         const std::string command = arguments_.command ? " " + std::string(arguments_.command->name) : "";
         const auto near = nearest(name, names);
         throw UsageError(
-            "there is no option " + quoted("--" + std::string(name)) +
+            "there is no option " + inQuotes("--" + std::string(name)) +
             (near.empty() ? "; kestrix" + command + " --help lists what there is" : suggestion("--", near)));
     }
 
@@ -139,14 +139,14 @@ class Parser {
         const std::string name = "--" + std::string(option.name);
         if (option.kind == ValueKind::choice &&
             std::find(option.values.begin(), option.values.end(), value) == option.values.end()) {
-            throw UsageError(name + " knows no " + quoted(value) + "; it is one of " + joined(option.values) +
-                             suggestion("", nearest(value, option.values)));
+            throw UsageError(name + " knows no " + inQuotes(value) + "; it is one of " +
+                             joined(option.values) + suggestion("", nearest(value, option.values)));
         }
         if (option.kind == ValueKind::number) {
             std::int64_t number = 0;
             const auto read = std::from_chars(value.data(), value.data() + value.size(), number);
             if (read.ec != std::errc() || read.ptr != value.data() + value.size() || number < 1) {
-                throw UsageError(name + " needs a whole number from 1 on, not " + quoted(value));
+                throw UsageError(name + " needs a whole number from 1 on, not " + inQuotes(value));
             }
         }
         if (option.kind == ValueKind::path && value.empty()) throw UsageError(name + " needs a path");
@@ -158,7 +158,7 @@ class Parser {
         if (!command->actions.empty()) return checkOperands(*command);
         if (!command->takesWords && !arguments_.words.empty()) {
             throw UsageError(std::string(command->name) + " takes no words; leave out " +
-                             quoted(arguments_.words.front()));
+                             inQuotes(arguments_.words.front()));
         }
     }
 

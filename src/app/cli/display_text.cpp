@@ -43,7 +43,7 @@ void appendSafely(std::string& text, std::string_view bytes) {
     }
 }
 
-std::string quoted(std::string_view bytes) {
+std::string inQuotes(std::string_view bytes) {
     std::string text = "\"";
     appendSafely(text, bytes.substr(0, kLongestQuote));
     text += bytes.size() > kLongestQuote ? "...\"" : "\"";

@@ -15,7 +15,7 @@ namespace kestrix::cli {
 void appendSafely(std::string& text, std::string_view bytes);
 
 // In double quotes, safe, and cut off when very long: for messages.
-std::string quoted(std::string_view bytes);
+std::string inQuotes(std::string_view bytes);
 
 // Writes "kestrix: ", the message and a new line to standard error, in one piece. What would break the line
 // is made safe.
