@@ -1,5 +1,3 @@
-#include "base/text_case.h"
-
 #include <unicode/bytestream.h>
 #include <unicode/casemap.h>
 #include <unicode/normalizer2.h>
@@ -8,6 +6,7 @@
 #include <algorithm>
 
 #include "base/text.h"
+#include "base/text_locale.h"
 #include "base/text_utf8.h"
 
 namespace kestrix::text {
@@ -58,7 +57,7 @@ const std::string& userLanguage() {
     static const std::string kLanguage = [] {
         char language[ULOC_LANG_CAPACITY] = "";
         UErrorCode status = U_ZERO_ERROR;
-        uloc_getLanguage(uloc_getDefault(), language, sizeof language, &status);
+        uloc_getLanguage(userLocale("LC_CTYPE").c_str(), language, sizeof language, &status);
         return U_SUCCESS(status) ? std::string(language) : std::string();
     }();
     return kLanguage;

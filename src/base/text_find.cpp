@@ -13,6 +13,7 @@
 #include <array>
 #include <bit>
 #include <string>
+#include <utility>
 
 #include "base/text.h"
 #include "base/text_utf8.h"
@@ -42,12 +43,18 @@ bool isSmallLetter(char byte) {
 // that tells them apart.
 struct AsciiNeedle {
     explicit AsciiNeedle(std::string_view lowered) : bytes(lowered) {
+        // A needle of one byte has itself as second.
+        int rarestFrequency = frequencyAt(0);
+        int secondFrequency = 256;
         for (std::size_t i = 1; i < bytes.size(); ++i) {
-            if (frequencyAt(i) < frequencyAt(rarest)) rarest = i;
-        }
-        second = rarest == 0 ? bytes.size() - 1 : 0;
-        for (std::size_t i = 0; i < bytes.size(); ++i) {
-            if (i != rarest && frequencyAt(i) < frequencyAt(second)) second = i;
+            const int frequency = frequencyAt(i);
+            if (frequency < rarestFrequency) {
+                second = std::exchange(rarest, i);
+                secondFrequency = std::exchange(rarestFrequency, frequency);
+            } else if (frequency < secondFrequency) {
+                second = i;
+                secondFrequency = frequency;
+            }
         }
         rarestBit = caseBit(bytes[rarest]);
         secondBit = caseBit(bytes[second]);
@@ -193,11 +200,9 @@ std::size_t findIgnoringCase(std::string_view haystack, std::string_view lowered
     if (loweredNeedle.empty()) return from;
     if (!isAscii(loweredNeedle)) return findFolded(haystack, loweredNeedle, from);
     const std::size_t found = findAscii(haystack, loweredNeedle, from);
-    const std::size_t end = std::min(found, haystack.size());
-    if (holdsHiddenAscii(haystack.substr(from, end - from), loweredNeedle)) {
-        return findFolded(haystack, loweredNeedle, from);
-    }
-    return found;
+    const std::string_view before = haystack.substr(from, std::min(found, haystack.size()) - from);
+    if (isAscii(before) || !holdsHiddenAscii(before, loweredNeedle)) return found;
+    return findFolded(haystack, loweredNeedle, from);
 }
 
 }  // namespace kestrix::text

@@ -2,7 +2,6 @@
 // other zero byte, so one never runs into the other, and texts that people take for equal ("a" and "A") are
 // still in a fixed order.
 #include <unicode/ucol.h>
-#include <unicode/uloc.h>
 #include <unicode/ustring.h>
 
 #include <array>
@@ -10,6 +9,7 @@
 #include <memory>
 
 #include "base/text.h"
+#include "base/text_locale.h"
 
 namespace kestrix::text {
 namespace {
@@ -23,11 +23,8 @@ struct CloseCollator {
 using Collator = std::unique_ptr<UCollator, CloseCollator>;
 
 Collator openCollator() {
-    // What LANG=C turns into. Its order is that of ASCII, capitals first, which nobody wants to see names in.
-    const char* locale = uloc_getDefault();
-    if (std::strcmp(locale, "en_US_POSIX") == 0) locale = "";
     UErrorCode status = U_ZERO_ERROR;
-    Collator collator(ucol_open(locale, &status));
+    Collator collator(ucol_open(userLocale("LC_COLLATE").c_str(), &status));
     if (U_FAILURE(status)) return nullptr;
     ucol_setAttribute(collator.get(), UCOL_NUMERIC_COLLATION, UCOL_ON, &status);
     ucol_setStrength(collator.get(), UCOL_SECONDARY);

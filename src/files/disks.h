@@ -19,7 +19,7 @@ namespace kestrix {
 struct DiskInfo {
     std::string url;  // the mount point
     bool isMacFS = false;
-    bool isBackup = false;
+    bool isBackup = false;  // never for a network disk: those are a group of their own
     bool isLocal = true;
     bool isSystemDisk = false;  // holds the running system: "/"
     Mount mount;
@@ -29,8 +29,11 @@ struct DiskInfo {
 // single file.
 bool isBrowsable(const Mount& mount);
 
-// The table of disks of now, built when first asked and after each mount or unmount.
-// Threads: any; the closures given to didChange run on the main queue.
+// The table of disks. It is read when first asked for. Until didChange has been called it then stays as it is
+// for the life of the manager: a short search wants one answer, not a watch. Afterwards it is read again
+// after each mount or unmount. Labels, capacities and backup markers are looked up only for the disks asked
+// about. Threads: any; the closures given to didChange run on the main queue. The table and the queue outlive
+// this.
 class DiskInfoManager {
   public:
     DiskInfoManager(MountTable& mounts, MainQueue& mainQueue);
@@ -64,7 +67,7 @@ class DiskInfoManager {
     void didChange(std::function<void()> call);
 
   private:
-    struct State;
+    class State;
     std::shared_ptr<State> state_;
 };
 

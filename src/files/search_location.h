@@ -40,12 +40,23 @@ class SearchTarget {
     std::optional<std::string> locationURL() const;
     // The catalog; nullptr for a folder.
     std::shared_ptr<const CacheVC_IndexInterface> cache() const;
+    // What is searched: the folder, or the one that the catalog described when this target was made; empty
+    // where that is not known. Lives as long as this target.
+    std::string_view folder() const;
 
     // By plain prefix: a target /a/b also holds /a/bc. A catalog without a target folder holds every path.
     bool pathIsInLocation(std::string_view path) const;
 
   private:
-    std::variant<std::string, std::shared_ptr<const CacheVC_IndexInterface>> target_;
+    // The folder is asked for once: the path tests run for every result.
+    struct Offline {
+        std::shared_ptr<const CacheVC_IndexInterface> cache;
+        std::optional<std::string> folder;
+
+        bool operator==(const Offline& other) const = default;
+    };
+
+    std::variant<std::string, Offline> target_;
 };
 
 // A list of targets, or one of the presets. A value; immutable after construction, so any thread may ask it.
@@ -76,8 +87,9 @@ class SearchLocation {
 
     bool pathIsInLocation(std::string_view path) const;
 
-    // The longest target folder that is, or holds, the path, by whole components; empty if none does. What
-    // lies below it is judged as if it were an ordinary place.
+    // The longest target folder, catalogs' folders included, that is, or holds, the path, by whole
+    // components; empty if none does. What lies below it is judged as if it were an ordinary place. The view
+    // lives as long as this location.
     std::string_view startOf(std::string_view path) const;
 
   private:

@@ -103,7 +103,8 @@ struct SearchResult {
 // left out always. Bytes of a path that are not UTF-8 become U+FFFD.
 std::string toJson(const SearchResult& result);
 
-// Reads such an object. Any key missing (but "diskKey"), ill-typed or out of range throws Error.
+// Reads such an object. Any key missing (but "diskKey", which may be null, too), ill-typed or out of range
+// throws Error; unknown keys are ignored.
 SearchResult searchResultFromJson(std::string_view json);
 
 }  // namespace kestrix

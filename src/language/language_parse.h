@@ -49,15 +49,23 @@ class LanguageParse {
 
     // Finds the commands in the words behind the colon, one after another, in any order, with unknown words
     // between them. Of the templates that match at one place the one with the most words wins, then the first
-    // in the file.
+    // in the file. The words are of one line, so that no two are the same.
     CommandRecogniserResult allMatches(const SentenceComponents& inputWords) const;
 
     const std::vector<SentenceTemplate>& sentences() const { return vocabulary_.sentences; }
 
   private:
-    CommandRecogniserResult doesMatch(const SentenceComponents& inputWords) const;
+    struct Attempt;
+    struct Round;
+
+    // Finds the one command at the front of the words, which are not empty.
+    Round doesMatch(std::span<const SentenceComponent> words) const;
+    Attempt attemptAt(std::size_t index, std::span<const SentenceComponent> words) const;
+    std::shared_ptr<Command> make(const SentenceTemplate& sentence, const CommandArguments& args) const;
 
     Vocabulary vocabulary_;
+    // For each word of each template its variable's parser; empty for a keyword.
+    std::vector<std::vector<VariableParser>> parsers_;
 };
 
 }  // namespace kestrix

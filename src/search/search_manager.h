@@ -30,6 +30,9 @@ struct SearchTiming {
     Seconds grace = Seconds(0.5);
     // Progress reaches the delegate at most once in this time.
     Seconds progressInterval = Seconds(0.2);
+    // After each round of the merge, arrivals gather this long or until they fill a slice: waking threads for
+    // every handful of items would cost more than judging them.
+    Seconds gather = Seconds(0.002);
 };
 
 // Receives one search. All calls come on the main queue, but for searchManagerIsBeginingSearches (the thread
@@ -93,6 +96,11 @@ class SearchManager : public SearchDataSourceDelegate, public std::enable_shared
     // stop, and the finish message at once on this thread; the one of the end follows all the same.
     void userCancel();
 
+    // Blocks until nothing of this search runs any more: after stop, sources may go on for a moment when the
+    // finish message is out already. Whoever ends what the search was given waits here first. Any thread but
+    // those of the search itself.
+    void waitUntilEnded();
+
     bool searchInProgress() const;
     std::int64_t numberOfResultsReturned() const;
     std::int64_t numberOfFilesSearched() const;
@@ -112,6 +120,10 @@ class SearchManager : public SearchDataSourceDelegate, public std::enable_shared
   private:
     SearchManager(std::weak_ptr<SearchManagerDelegate> delegate, SearchManagerOptions options,
                   const SearchEnvironment& environment);
+
+    void runSources();
+    void runMerge();
+    void deliver(std::vector<SearchResult> survivors);
 
     struct State;
     std::unique_ptr<State> state_;

@@ -1,6 +1,7 @@
 #include "stores/history.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdint>
 #include <nlohmann/json.hpp>
 
@@ -86,10 +87,11 @@ void HistoryController::addQuery(const std::string& text) {
 // The oldest go before the new one comes, not after: the list keeps one more than the maximum until the next
 // addition.
 void HistoryController::append(const std::string& query) {
+    const auto milliseconds = std::chrono::floor<std::chrono::milliseconds>(clock_.now().time_since_epoch());
     HistoryItem item;
     item.id = Uuid::make().text();
     item.queryString = query;
-    item.performedDate = Seconds(clock_.now().time_since_epoch()).count();
+    item.performedDate = static_cast<double>(milliseconds.count()) / 1000;
 
     const std::int64_t maximum = preferences_.integer("historyMaxCount");
     preferences_.modify(kHistory, [&](Json& stored) {

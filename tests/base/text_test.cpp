@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "base/text_case.h"
+#include "base/text_locale.h"
 
 namespace kestrix {
 namespace {
@@ -42,6 +44,40 @@ TEST(Text, LocalisedLowerCaseFollowsTheLanguage) {
     EXPECT_EQ(text::loweredFor("TITLE", "tr"), "tıtle");
     EXPECT_EQ(text::loweredFor("İI", "az"), "iı");
     EXPECT_EQ(text::loweredFor("Ì", "lt"), "i̇̀");
+}
+
+// Sets a variable of the environment for one test.
+class Variable {
+  public:
+    Variable(const char* name, const char* value) : name_(name) {
+        if (const char* before = std::getenv(name)) before_ = before;
+        setenv(name, value, 1);
+    }
+    ~Variable() {
+        if (before_) setenv(name_, before_->c_str(), 1);
+        if (!before_) unsetenv(name_);
+    }
+    Variable(const Variable&) = delete;
+    Variable& operator=(const Variable&) = delete;
+
+  private:
+    const char* name_;
+    std::optional<std::string> before_;
+};
+
+TEST(Text, TheLocaleIsThatOfTheCategoryUnlessAllIsSet) {
+    const Variable language("LANG", "de_DE.UTF-8");
+    const Variable type("LC_CTYPE", "tr_TR.UTF-8");
+    const Variable order("LC_COLLATE", "");
+    {
+        const Variable all("LC_ALL", "");
+        EXPECT_EQ(text::userLocale("LC_CTYPE"), "tr_TR");
+        EXPECT_EQ(text::userLocale("LC_COLLATE"), "de_DE");
+    }
+    for (const char* plain : {"C", "POSIX", "C.UTF-8"}) {
+        const Variable all("LC_ALL", plain);
+        EXPECT_EQ(text::userLocale("LC_CTYPE"), "");
+    }
 }
 
 TEST(Text, OnlyTheFirstCharacterBecomesUpper) {

@@ -53,6 +53,7 @@ TEST(GuruMeditation, AlertIsShownOnTheMainQueueWithTheCrumbsOfThatMoment) {
     EXPECT_EQ(shown, (std::vector<std::string>{kFullDisk.what(), expectedDetails("1.2", line, "later")}));
 }
 
+constexpr int kFailLine = __LINE__ + 2;
 Error failHere() {
     return errorWithCode(-36);
 }
@@ -60,7 +61,7 @@ Error failHere() {
 TEST(GuruMeditation, ErrorWithCodeNamesItsPlace) {
     const Error error = failHere();
     EXPECT_EQ(error.code(), -36);
-    EXPECT_EQ(error.domain(), fmt::format("guru_meditation_test.cpp.failHere.{}", __LINE__ - 5));
+    EXPECT_EQ(error.domain(), fmt::format("guru_meditation_test.cpp.failHere.{}", kFailLine));
 }
 
 }  // namespace

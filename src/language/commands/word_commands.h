@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "language/command.h"
+#include "language/name_test.h"
 
 namespace kestrix {
 
@@ -29,10 +30,12 @@ class NotIncludingWords : public Command {
   private:
     std::vector<std::string> rawWords_;
     std::vector<std::string> words_;
+    NameTest excluded_;
 };
 
 // Made by the query from words with a star: with one prefix the whole name must begin with it, with one
-// suffix it must end with it, and no blank-separated word of the name may hold one in another place.
+// suffix it must end with it, and no blank-separated word of the name may hold one in another place. Composed
+// like the name, so that accents meet in either form.
 class WildcardWords : public Command {
   public:
     explicit WildcardWords(SentenceComponents words);

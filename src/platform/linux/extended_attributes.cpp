@@ -2,6 +2,7 @@
 
 #include <sys/xattr.h>
 
+#include <algorithm>
 #include <string_view>
 
 #include "platform/linux/system_call.h"

@@ -4,6 +4,7 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 
@@ -191,7 +192,10 @@ FileLock::FileLock(const std::string& path) {
     descriptor_ = file.release();
 }
 
+// Closing alone would leave the lock to a child process that was started meanwhile and has a copy of the
+// descriptor.
 FileLock::~FileLock() {
+    ::flock(descriptor_, LOCK_UN);
     ::close(descriptor_);
 }
 

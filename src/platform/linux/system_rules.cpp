@@ -11,13 +11,14 @@ namespace kestrix {
 
 namespace {
 
-// The other users' "/root" stands last, so that root's own table is this one without its end.
+// The home of root stands last, so that root's own table is this one without its end.
 // clang-format off
 constexpr std::string_view kSystemFolders[] = {
     "/bin", "/boot", "/dev", "/etc", "/lib", "/lib32", "/lib64", "/libx32", "/lost+found", "/proc", "/run",
     "/sbin", "/snap", "/sys", "/tmp", "/usr", "/var", "/root",
 };
 // clang-format on
+constexpr std::string_view kHomeOfRoot = std::end(kSystemFolders)[-1];
 
 // Programs and documents that are folders underneath, wherever they come from: copied disks and shared
 // folders bring them to Linux too. In lower case, sorted.
@@ -44,13 +45,16 @@ char loweredByte(char byte) {
 }  // namespace
 
 std::span<const std::string_view> systemFolders() {
-    static const bool isRoot = ::geteuid() == 0;
+    const bool isRoot = ::geteuid() == 0;
     return std::span(kSystemFolders).first(std::size(kSystemFolders) - (isRoot ? 1 : 0));
 }
 
+// Asked once per folder of a walk: the system call for the user is left to the few paths that hang on it.
 bool isInSystemFolder(std::string_view path) {
-    return std::ranges::any_of(systemFolders(),
-                               [path](std::string_view folder) { return path::isOrIsBelow(path, folder); });
+    for (const std::string_view folder : kSystemFolders) {
+        if (path::isOrIsBelow(path, folder)) return folder != kHomeOfRoot || ::geteuid() != 0;
+    }
+    return false;
 }
 
 bool isPackageExtension(std::string_view extension) {

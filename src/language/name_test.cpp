@@ -1,0 +1,122 @@
+#include "language/name_test.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+#include "base/text.h"
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace kestrix {
+namespace {
+
+// No name of a Linux file system is longer; what is takes the slow way.
+constexpr std::size_t kLongestName = 255;
+constexpr std::size_t kBlock = 16;
+
+// A short ASCII name with room behind it, so that a search may read a whole block from each of its places.
+struct AsciiName {
+    char bytes[kLongestName + 1 + kBlock];
+    std::size_t size;
+
+    // False if the name is not all ASCII. Without a branch in the loop, so that the compiler makes vectors
+    // of it.
+    bool assign(std::string_view name, bool lower) {
+        size = name.size();
+        const char* __restrict from = name.data();
+        char* __restrict to = bytes;
+        const unsigned char letters = lower ? 26 : 0;
+        unsigned char all = 0;
+        for (std::size_t i = 0; i < size; ++i) {
+            const auto byte = static_cast<unsigned char>(from[i]);
+            all |= byte;
+            to[i] = static_cast<char>(byte + (static_cast<unsigned char>(byte - 'A') < letters ? 0x20 : 0));
+        }
+        std::memset(bytes + size, 0, kBlock + 1);
+        return all < 0x80;
+    }
+
+    bool holds(std::string_view needle) const {
+#if defined(__SSE2__)
+        if (needle.size() >= 2) return holdsByBlocks(needle);
+#endif
+        return !needle.empty() && std::string_view(bytes, size).find(needle) != std::string_view::npos;
+    }
+
+#if defined(__SSE2__)
+    // Looks for the needle's first two bytes at sixteen places a step.
+    bool holdsByBlocks(std::string_view needle) const {
+        if (needle.size() > size) return false;
+        const std::size_t places = size - needle.size() + 1;
+        const __m128i first = _mm_set1_epi8(needle[0]);
+        const __m128i second = _mm_set1_epi8(needle[1]);
+        for (std::size_t at = 0; at < places; at += kBlock) {
+            const __m128i here = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + at));
+            const __m128i next = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + at + 1));
+            const __m128i both = _mm_and_si128(_mm_cmpeq_epi8(here, first), _mm_cmpeq_epi8(next, second));
+            for (auto mask = static_cast<unsigned>(_mm_movemask_epi8(both)); mask != 0; mask &= mask - 1) {
+                const std::size_t place = at + static_cast<std::size_t>(std::countr_zero(mask));
+                if (place >= places) return false;
+                if (std::memcmp(bytes + place + 2, needle.data() + 2, needle.size() - 2) == 0) return true;
+            }
+        }
+        return false;
+    }
+#endif
+};
+
+bool separatesWords(char32_t codePoint) {
+    return text::isWhiteSpaceOrNewline(codePoint) || text::isPunctuation(codePoint) ||
+           text::isSymbol(codePoint);
+}
+
+}  // namespace
+
+NameTest::NameTest(NameTestWords words) : words_(std::move(words)) {
+    for (auto& word : words_.words)
+        word = text::composed(word);
+    for (auto& group : words_.orGroups)
+        for (auto& word : group)
+            word = text::composed(word);
+    asciiLowersPlainly_ = !words_.localised || text::loweredLocalised("I") == "i";
+}
+
+template <typename IsFound>
+bool NameTest::holdsWords(IsFound isFound) const {
+    if (!words_.anyGroup) return std::all_of(words_.words.begin(), words_.words.end(), isFound);
+    return std::any_of(words_.orGroups.begin(), words_.orGroups.end(), [&isFound](const auto& group) {
+        return std::all_of(group.begin(), group.end(), isFound);
+    });
+}
+
+bool NameTest::matches(std::string_view name) const {
+    if (words_.wholeWords) return matchesWholeWords(name);
+    if (name.size() <= kLongestName && (words_.caseSensitive || asciiLowersPlainly_)) {
+        AsciiName ascii;
+        if (ascii.assign(name, !words_.caseSensitive))
+            return holdsWords([&ascii](const std::string& word) { return ascii.holds(word); });
+    }
+    const std::string haystack = prepared(name);
+    return holdsWords([&haystack](const std::string& word) {
+        return !word.empty() && haystack.find(word) != std::string::npos;
+    });
+}
+
+std::string NameTest::prepared(std::string_view text) const {
+    if (words_.caseSensitive) return text::composed(text);
+    return text::composed(words_.localised ? text::loweredLocalised(text) : text::lowered(text));
+}
+
+bool NameTest::matchesWholeWords(std::string_view name) const {
+    std::vector<std::string> pieces;
+    for (const auto piece : text::split(name, separatesWords))
+        pieces.push_back(prepared(piece));
+    return holdsWords([&pieces](const std::string& word) {
+        return std::find(pieces.begin(), pieces.end(), word) != pieces.end();
+    });
+}
+
+}  // namespace kestrix

@@ -1,0 +1,78 @@
+#include "language/name_test.h"
+
+#include <gtest/gtest.h>
+
+namespace kestrix {
+namespace {
+
+bool holds(std::vector<std::string> words, std::string_view name) {
+    return NameTest({.words = std::move(words)}).matches(name);
+}
+
+TEST(NameTest, EveryWordStandsSomewhereInTheName) {
+    EXPECT_TRUE(holds({"port", "2016"}, "Annual REPORT 2016.pdf"));
+    EXPECT_FALSE(holds({"port", "2017"}, "Annual REPORT 2016.pdf"));
+    EXPECT_TRUE(holds({}, "anything"));
+    EXPECT_TRUE(holds({"x"}, "X"));
+    EXPECT_FALSE(holds({"xy"}, "x"));
+    EXPECT_FALSE(holds({""}, "x"));
+}
+
+// The search goes by blocks of sixteen from a buffer of fixed size: every length, place and size of word.
+TEST(NameTest, WordIsFoundAtEachPlaceOfNamesOfEachLength) {
+    for (std::size_t size = 1; size <= 300; size += size < 40 || size > 250 ? 1 : 37) {
+        for (std::size_t wordSize : {1u, 2u, 3u, 17u, 40u}) {
+            for (std::size_t at = 0; at + wordSize <= size; ++at) {
+                std::string name(size, 'B');
+                name.replace(at, wordSize, std::string(wordSize - 1, 'A') + "C");
+                const std::string word = std::string(wordSize - 1, 'a') + "c";
+                ASSERT_TRUE(holds({word}, name)) << name;
+                ASSERT_FALSE(holds({word + "d"}, name)) << name;
+                // What lies beyond the end of a name is not part of it.
+                ASSERT_EQ(holds({word}, std::string_view(name).substr(0, at + wordSize - 1)), false);
+            }
+        }
+    }
+}
+
+TEST(NameTest, OnlyLettersAreLowered) {
+    EXPECT_TRUE(holds({"@[`{"}, "x@[`{"));
+    EXPECT_FALSE(holds({"`"}, "@"));
+    EXPECT_FALSE(holds({"{"}, "["));
+}
+
+TEST(NameTest, AccentsMeetInEitherForm) {
+    EXPECT_TRUE(holds({"caf\u00e9"}, "CAFE\u0301.txt"));
+    EXPECT_TRUE(holds({"cafe\u0301"}, "Caf\u00c9.txt"));
+    EXPECT_FALSE(holds({"cafe"}, "Cafe\u0301.txt"));
+    EXPECT_TRUE(holds({"straße"}, "Hauptstraße"));
+    EXPECT_TRUE(holds({"txt"}, "\xff\xfe.TXT"));
+    EXPECT_TRUE(holds({"\xff"}, "a\xff.txt"));
+    EXPECT_TRUE(holds({"ö", "x"}, std::string(400, 'x') + "Ö"));
+}
+
+TEST(NameTest, AnyGroupIsEnoughAndNoGroupIsNot) {
+    const NameTest test({.orGroups = {{"a", "b"}, {"c"}}, .anyGroup = true});
+    EXPECT_TRUE(test.matches("xC"));
+    EXPECT_TRUE(test.matches("b a"));
+    EXPECT_FALSE(test.matches("b"));
+    EXPECT_FALSE(NameTest({.words = {"a"}, .anyGroup = true}).matches("a"));
+}
+
+TEST(NameTest, CaseSensitiveWordsStandAsTyped) {
+    const NameTest test({.words = {"Re", "\u00c9"}, .caseSensitive = true});
+    EXPECT_TRUE(test.matches("E\u0301.Re"));
+    EXPECT_FALSE(test.matches("e\u0301.Re"));
+    EXPECT_FALSE(test.matches("\u00c9.re"));
+}
+
+TEST(NameTest, WholeWordsEqualPiecesBetweenBlanksPunctuationAndSymbols) {
+    const NameTest test({.words = {"cat"}, .wholeWords = true});
+    for (const auto* name : {"Cat", "a_cat.txt", "my\u00a0cat", "1+cat=2", "«cat»"})
+        EXPECT_TRUE(test.matches(name)) << name;
+    for (const auto* name : {"cats", "concat.txt", ""})
+        EXPECT_FALSE(test.matches(name)) << name;
+}
+
+}  // namespace
+}  // namespace kestrix

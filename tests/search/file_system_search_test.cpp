@@ -1,0 +1,211 @@
+#include "search/file_system_search.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <set>
+
+#include "base/lock.h"
+#include "language/language_parse.h"
+#include "search/walk.h"
+#include "tests/support/temporary_folder.h"
+
+namespace kestrix {
+namespace {
+
+class Collector : public NullSearchDataSourceDelegate {
+  public:
+    bool shouldStop() const override { return stop_; }
+    bool wantsInvisibleItems() const override { return invisible; }
+    bool wantsAttributes() const override { return attributes; }
+    void searchResults(std::vector<SearchResult> batch, const SearchDataSource&) override {
+        results.modify([&](auto& all) { all.insert(all.end(), batch.begin(), batch.end()); });
+        if (stopAtFirst) stop_ = true;
+    }
+
+    bool invisible = false;
+    bool attributes = true;
+    bool stopAtFirst = false;
+    Locked<std::vector<SearchResult>> results;
+
+  private:
+    std::atomic<bool> stop_ = false;
+};
+
+class FakeMounts : public MountTable {
+  public:
+    std::vector<Mount> mounts() const override { return table; }
+    std::shared_ptr<void> watch(std::function<void()>) override { return nullptr; }
+
+    std::vector<Mount> table = {{"/", "/", "ext4", "/dev/sda1", 1}};
+};
+
+class WalkTest : public ::testing::Test {
+  protected:
+    // Relative paths of what a walk of `start` finds.
+    std::set<std::string> find(const std::string& line, std::vector<std::string> starts = {}) {
+        if (starts.empty()) starts = {folder_.path()};
+        DiskInfoManager disks(mounts_, loop_);
+        auto query = std::make_shared<QueryContainer>(line, SearchLocation(starts), false,
+                                                      QueryEnvironment{preferences_, language_});
+        counters_ = std::make_unique<WalkCounters>();
+        auto source = std::make_shared<FileSystemSearch>(WalkEnvironment{disks, nullptr, counters_.get()});
+        source->search(query, collector_);
+        std::set<std::string> found;
+        for (const SearchResult& result : collector_.results.get()) {
+            found.insert(result.path.substr(folder_.path().size() + 1));
+        }
+        EXPECT_EQ(found.size(), collector_.results.get().size()) << "something was found twice";
+        return found;
+    }
+
+    using Set = std::set<std::string>;
+
+    TemporaryFolder folder_;
+    TemporaryFolder settings_;
+    SettingsStore store_{settings_.path("settings.json")};
+    Preferences preferences_{store_};
+    LanguageParse language_;
+    RunLoop loop_;
+    FakeMounts mounts_;
+    Collector collector_;
+    std::unique_ptr<WalkCounters> counters_;
+};
+
+TEST_F(WalkTest, FindsFilesAndFoldersAtEveryDepth) {
+    folder_.file("report.txt");
+    folder_.file("a/b/c/Report 2.txt");
+    folder_.file("a/reports/other.txt");
+    EXPECT_EQ(find("report"), (Set{"report.txt", "a/b/c/Report 2.txt", "a/reports"}));
+}
+
+TEST_F(WalkTest, StaysOutOfHiddenFoldersPackagesAndBackupsUnlessAsked) {
+    for (const char* place : {".git/x", "Tool.app/x", "A.framework/x", "Backups.backupdb/x", "plain.dir/x"}) {
+        folder_.file(place);
+    }
+    EXPECT_EQ(find("x"), (Set{"plain.dir/x"}));
+    collector_.results.set({});
+    collector_.invisible = true;
+    EXPECT_EQ(find("x"), (Set{".git/x", "Tool.app/x", "A.framework/x", "plain.dir/x"}));
+}
+
+TEST_F(WalkTest, AStartIsAnOrdinaryPlaceWhateverItIs) {
+    folder_.file(".hidden/Tool.app/inner/x");
+    folder_.file(".hidden/Tool.app/.deeper/x");
+    EXPECT_EQ(find("x", {folder_.path(".hidden/Tool.app")}), (Set{".hidden/Tool.app/inner/x"}));
+}
+
+TEST_F(WalkTest, TellsSizeAndDatesOnlyWhenAsked) {
+    folder_.file("x", "12345");
+    find("x");
+    const SearchResult with = collector_.results.get().at(0);
+    EXPECT_EQ(with.size, 5u);
+    EXPECT_GT(with.modDate, 0);
+    EXPECT_FALSE(with.isDirectory);
+    collector_.results.set({});
+    collector_.attributes = false;
+    find("x");
+    EXPECT_EQ(collector_.results.get().at(0).size, 0u);
+}
+
+TEST_F(WalkTest, NeitherListsNorFollowsSymbolicLinks) {
+    folder_.file("real/x");
+    std::filesystem::create_directory_symlink(folder_.path(), folder_.path("real/x loop"));
+    std::filesystem::create_symlink(folder_.path("real/x"), folder_.path("x link"));
+    EXPECT_EQ(find("x"), (Set{"real/x"}));
+}
+
+TEST_F(WalkTest, FindsStrangeNamesUnderTheirTrueBytes) {
+    const Set names = {"x\nnewline", "x \"quoted\"", "x\x01\x7f", "x\xff\xfe bytes", std::string(255, 'x')};
+    for (const std::string& name : names) {
+        folder_.file(name);
+    }
+    EXPECT_EQ(find("x"), names);
+}
+
+TEST_F(WalkTest, WalksDeeperThanAPathMayBeLong) {
+    OpenDirectory parent;
+    ASSERT_EQ(parent.open(folder_.path()), 0);
+    std::string relative;
+    const std::string name(100, 'd');
+    const auto before = std::filesystem::current_path();
+    std::filesystem::current_path(folder_.path());
+    for (int depth = 0; depth < 60; ++depth) {
+        std::filesystem::create_directory(name);
+        std::filesystem::current_path(name);
+        relative += name + "/";
+    }
+    std::ofstream("x at the end");
+    std::filesystem::current_path(before);
+    EXPECT_EQ(find("x"), (Set{relative + "x at the end"}));
+}
+
+// More folders pending at once than are kept open, so that families are closed and opened again.
+TEST_F(WalkTest, FindsEverythingInATreeWiderThanItsOpenFolders) {
+    Set expected;
+    for (int i = 0; i < 600; ++i) {
+        const std::string place = "f" + std::to_string(i) + "/g/h/x" + std::to_string(i);
+        folder_.file(place);
+        expected.insert(place);
+    }
+    EXPECT_EQ(find("x"), expected);
+    EXPECT_EQ(counters_->directories, 1800);
+    EXPECT_EQ(counters_->unreadable, 0);
+}
+
+TEST_F(WalkTest, SharesOneFolderWithVeryManyChildren) {
+    for (int i = 0; i < 5000; ++i) {
+        folder_.folder("many/n" + std::to_string(i));
+    }
+    folder_.file("many/n4999/x");
+    EXPECT_EQ(find("x"), (Set{"many/n4999/x"}));
+    EXPECT_EQ(find("n").size(), 5002u);  // the x of before, too, and "many"
+}
+
+TEST_F(WalkTest, StaysOutOfMountsThatAreNotItsOwn) {
+    for (const char* place : {"net/x", "proc/x", "disk/x", "target/x", "loop/x"}) {
+        folder_.file(place);
+    }
+    mounts_.table.push_back({folder_.path("net"), "/", "nfs4", "server:/share", 2});
+    mounts_.table.push_back({folder_.path("proc"), "/", "proc", "proc", 3});
+    mounts_.table.push_back({folder_.path("disk"), "/", "xfs", "/dev/sdb1", 4});
+    mounts_.table.push_back({folder_.path("target"), "/", "xfs", "/dev/sdc1", 5});
+    mounts_.table.push_back({folder_.path("loop"), folder_.path(), "ext4", "/dev/sda1", 1});
+    EXPECT_EQ(find("x"), (Set{"disk/x", "target/x"}));
+    collector_.results.set({});
+    EXPECT_EQ(find("x", {folder_.path(), folder_.path("target")}), (Set{"disk/x", "target/x"}));
+    for (const SearchResult& result : collector_.results.get()) {
+        const bool onDisk = result.path == folder_.path("disk/x");
+        EXPECT_EQ(result.diskKey.text().substr(0, 5) == "disk ", onDisk) << result.diskKey.text();
+    }
+}
+
+TEST_F(WalkTest, CountsFoldersThatCannotBeReadAndGoesOn) {
+    folder_.file("closed/x");
+    folder_.file("open/x");
+    std::filesystem::permissions(folder_.path("closed"), std::filesystem::perms::none);
+    const Set found = find("x");
+    std::filesystem::permissions(folder_.path("closed"), std::filesystem::perms::owner_all);
+    if (found.contains("closed/x")) GTEST_SKIP() << "this user may read everything";
+    EXPECT_EQ(found, (Set{"open/x"}));
+    EXPECT_EQ(counters_->unreadable, 1);
+}
+
+TEST_F(WalkTest, AMissingStartFindsNothing) {
+    EXPECT_EQ(find("x", {folder_.path("gone")}), Set{});
+    EXPECT_EQ(counters_->unreadable, 0);
+}
+
+TEST_F(WalkTest, StopsSoonAfterItIsToldTo) {
+    for (int i = 0; i < 200; ++i) {
+        folder_.file("f" + std::to_string(i) + "/g/x");
+    }
+    collector_.stopAtFirst = true;
+    EXPECT_LT(find("x").size(), 200u);
+}
+
+}  // namespace
+}  // namespace kestrix
