@@ -122,8 +122,13 @@ class SearchSession : public SearchManagerDelegate, public std::enable_shared_fr
   private:
     SearchSession(SearchSessionView& view, const SearchSessionEnvironment& environment);
 
+    void dropCurrentSearch();
+    void rememberLine(const std::string& line);
+    void scheduleSearch(Seconds delay);
+    bool isTimeToFlush() const;
     void flushResults();
     void startFlushTimer();
+    void stopFlushTimer();
     void finished(const Query& query);
 
     SearchSessionView& view_;
@@ -135,6 +140,7 @@ class SearchSession : public SearchManagerDelegate, public std::enable_shared_fr
     std::optional<MainQueue::Ticket> finalResultsFlushTimer_;
     std::int64_t lastTotalNumberOfResultsReturned_ = 0;
     int stopCounter_ = 0;
+    int scheduledSearch_ = 0;  // number of the latest start that was scheduled or made
 };
 
 }  // namespace kestrix

@@ -103,7 +103,7 @@ SearchResult Merge::expansionRecord(const SearchResult& item, std::string path) 
                               ? SearchResult::ofDirectory(item.searchResultSuppliedBy, std::move(path),
                                                           item.checkToSeeIfItExists)
                               : SearchResult(item.searchResultSuppliedBy, DiskKey(""), std::move(path), true,
-                                             0, 0, 0, 0, item.checkToSeeIfItExists, true);
+                                             0, 0, 0, 0, item.checkToSeeIfItExists, false);
     record.ignoreSearchLocation = item.ignoreSearchLocation;
     return record;
 }

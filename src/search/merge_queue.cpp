@@ -12,14 +12,6 @@
 
 namespace kestrix {
 
-namespace {
-
-SteadyTime later(SteadyTime from, Seconds by) {
-    return from + std::chrono::duration_cast<SteadyTime::duration>(by);
-}
-
-}  // namespace
-
 MergeQueue::MergeQueue(Clock& clock, const SearchTiming& timing) : clock_(clock), timing_(timing) {}
 
 void MergeQueue::append(std::vector<SearchResult> batch, bool urgent) {

@@ -91,10 +91,8 @@ bool PathJudge::holdsSpecialChild() const {
     };
     if (std::ranges::any_of(systemFolders(), isChild)) return true;
     if (!query_.whereLocation()) return false;
-    return std::ranges::any_of(query_.whereLocation()->allTargets(), [&](const SearchTarget& target) {
-        const auto url = target.locationURL();
-        return url && isChild(*url);
-    });
+    return std::ranges::any_of(query_.whereLocation()->allTargets(),
+                               [&](const SearchTarget& target) { return isChild(target.folder()); });
 }
 
 bool PathJudge::isLeftOutAlone(std::string_view path) const {
