@@ -6,10 +6,10 @@
 namespace kestrix::cli {
 namespace {
 
-std::string listed(const std::vector<std::string>& words, std::string_view between = ", ") {
+std::string listed(const std::vector<std::string>& words) {
     std::string text;
     for (const std::string& word : words) {
-        if (!text.empty()) text += between;
+        if (!text.empty()) text += ", ";
         text += inQuotes(word);
     }
     return text;
@@ -47,10 +47,15 @@ void addWords(const QueryContainer& query, Facts& facts) {
         facts.add("A word of the name sounds like each of", listed(query.searchWords()));
         return;
     }
-    facts.add("The name holds all of", listed(query.searchWords()));
-    if (!query.includesORStatement()) return;
-    for (const auto& group : query.orStringGroups())
-        facts.add("or all of", listed(group));
+    if (!query.includesORStatement()) {
+        facts.add("The name holds all of", listed(query.searchWords()));
+        return;
+    }
+    std::string_view title = "The name holds all of";
+    for (const auto& group : query.orStringGroups()) {
+        facts.add(title, listed(group));
+        title = "or all of";
+    }
 }
 
 void addCommands(const QueryContainer& query, Facts& facts) {

@@ -1,5 +1,7 @@
 #include "app/cli/help_text.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -35,7 +37,7 @@ std::string wrapped(std::string_view text, std::size_t indent, std::size_t colum
 
 // A name on the left, its help on the right; a long name has the help on the next line.
 std::string row(const std::string& name, std::string_view help) {
-    std::string line = "  " + name;
+    std::string line = fmt::format("  {}", name);
     if (line.size() + 2 > kHelpColumn) {
         line += '\n';
         line.append(kHelpColumn, ' ');
@@ -46,31 +48,29 @@ std::string row(const std::string& name, std::string_view help) {
 }
 
 std::string formOf(const OptionSpec& option) {
-    std::string form = option.shortName ? std::string("-") + option.shortName + ", " : std::string();
-    form += "--" + std::string(option.name);
-    if (option.kind != ValueKind::none) form += " " + std::string(option.valueName);
+    std::string form = option.shortName ? fmt::format("-{}, --{}", option.shortName, option.name)
+                                        : fmt::format("--{}", option.name);
+    if (option.kind != ValueKind::none) form += fmt::format(" {}", option.valueName);
     return form;
 }
 
 std::string formOf(const ActionSpec& action) {
-    return std::string(action.name) + (action.operands.empty() ? "" : " " + std::string(action.operands));
+    if (action.operands.empty()) return std::string(action.name);
+    return fmt::format("{} {}", action.name, action.operands);
 }
 
 std::string helpOf(const OptionSpec& option) {
-    std::string help(option.help);
-    for (std::size_t i = 0; i < option.values.size(); ++i) {
-        help += (i == 0 ? ": " : ", ") + std::string(option.values[i]);
-    }
-    return help;
+    if (option.values.empty()) return std::string(option.help);
+    return fmt::format("{}: {}", option.help, fmt::join(option.values, ", "));
 }
 
 std::string usageOf(const CommandSpec& command) {
-    std::string usage = "kestrix " + std::string(command.name);
+    std::string usage = fmt::format("kestrix {}", command.name);
     if (!command.options.empty()) usage += " [OPTIONS]";
     if (!command.actions.empty()) {
         usage += command.usualAction.empty() ? " ACTION" : " [ACTION]";
     } else if (!command.operands.empty()) {
-        usage += " " + std::string(command.operands);
+        usage += fmt::format(" {}", command.operands);
     }
     return usage;
 }
@@ -101,18 +101,18 @@ std::string roff(std::string_view text) {
 }
 
 std::string roffItem(const std::string& title, std::string_view help) {
-    return ".TP\n.B " + roff(title) + "\n" + roff(help) + "\n";
+    return fmt::format(".TP\n.B {}\n{}\n", roff(title), roff(help));
 }
 
 std::string roffCommand(const CommandSpec& command) {
-    std::string text = ".SS " + roff(usageOf(command)) + "\n" + roff(command.summary) + ".\n";
+    std::string text = fmt::format(".SS {}\n{}.\n", roff(usageOf(command)), roff(command.summary));
     if (!command.built) return text + "It is not there yet in this version.\n";
-    text += ".PP\n" + roff(command.description) + "\n";
+    text += fmt::format(".PP\n{}\n", roff(command.description));
     for (const ActionSpec& action : command.actions)
         text += roffItem(formOf(action), action.help);
     for (const OptionSpec& option : command.options)
         text += roffItem(formOf(option), helpOf(option));
-    return text + ".PP\nExample:\n.PP\n.RS\n.nf\n" + roff(command.example) + "\n.fi\n.RE\n";
+    return text + fmt::format(".PP\nExample:\n.PP\n.RS\n.nf\n{}\n.fi\n.RE\n", roff(command.example));
 }
 
 constexpr std::string_view kExitCodes =
@@ -123,36 +123,39 @@ constexpr std::string_view kExitCodes =
 
 std::string overviewHelp() {
     std::string text = "Finds files from one typed line.\n\nUsage: kestrix COMMAND ...\n\nCommands:\n";
+    std::vector<std::string_view> missing;
     for (const CommandSpec& command : allCommands()) {
-        if (command.built) text += row(std::string(command.name), command.summary);
+        if (command.built) {
+            text += row(std::string(command.name), command.summary);
+        } else {
+            missing.push_back(command.name);
+        }
     }
-    text += "\nOptions:\n" + optionRows(globalOptions());
-    text += "\nNot there yet in this version:\n  ";
-    std::string names;
-    for (const CommandSpec& command : allCommands()) {
-        if (!command.built) names += (names.empty() ? "" : ", ") + std::string(command.name);
-    }
-    text += wrapped(names, 2, 2) + "\n\nExit codes:\n  " + wrapped(kExitCodes, 2, 2) + "\n";
-    return text + "\nExample:\n  " + std::string(commandNamed("find")->example) +
-           "\n\nkestrix COMMAND --help tells more about each.\n";
+    text += fmt::format("\nOptions:\n{}", optionRows(globalOptions()));
+    text += fmt::format("\nNot there yet in this version:\n  {}\n",
+                        wrapped(fmt::format("{}", fmt::join(missing, ", ")), 2, 2));
+    text += fmt::format("\nExit codes:\n  {}\n", wrapped(kExitCodes, 2, 2));
+    text += fmt::format("\nExample:\n  {}\n", commandNamed("find")->example);
+    return text + "\nkestrix COMMAND --help tells more about each.\n";
 }
 
 std::string helpFor(const CommandSpec& command) {
-    std::string text = "Usage: " + usageOf(command) + "\n\n";
-    if (!command.built) return text + std::string(command.name) + " is not there yet in this version.\n";
-    text += wrapped(std::string(command.summary) + ". " + std::string(command.description), 0, 0) + "\n";
-    text[text.find("\n\n") + 2] = static_cast<char>(std::toupper(text[text.find("\n\n") + 2]));
+    std::string text = fmt::format("Usage: {}\n\n", usageOf(command));
+    if (!command.built) return text + fmt::format("{} is not there yet in this version.\n", command.name);
+    std::string told = fmt::format("{}. {}", command.summary, command.description);
+    told.front() = static_cast<char>(std::toupper(static_cast<unsigned char>(told.front())));
+    text += wrapped(told, 0, 0) + "\n";
     if (!command.actions.empty()) text += "\nActions:\n";
     for (const ActionSpec& action : command.actions) {
         const bool isUsual = action.name == command.usualAction;
-        text += row(formOf(action), std::string(action.help) + (isUsual ? " (the default)" : ""));
+        text += row(formOf(action), fmt::format("{}{}", action.help, isUsual ? " (the default)" : ""));
     }
-    text += "\nOptions:\n" + optionRows(command.options) + optionRows(globalOptions());
-    return text + "\nExample:\n  " + std::string(command.example) + "\n";
+    text += fmt::format("\nOptions:\n{}{}", optionRows(command.options), optionRows(globalOptions()));
+    return text + fmt::format("\nExample:\n  {}\n", command.example);
 }
 
 std::string manualPage(std::string_view version) {
-    std::string text = ".TH KESTRIX 1 \"\" \"kestrix " + std::string(version) + "\" \"User Commands\"\n";
+    std::string text = fmt::format(".TH KESTRIX 1 \"\" \"kestrix {}\" \"User Commands\"\n", version);
     text += ".SH NAME\nkestrix \\- find files from one typed line\n";
     text += ".SH SYNOPSIS\n.B kestrix\n.I COMMAND\n[OPTIONS] ...\n";
     text +=
@@ -164,7 +167,7 @@ std::string manualPage(std::string_view version) {
     text += ".SH COMMANDS\n";
     for (const CommandSpec& command : allCommands())
         text += roffCommand(command);
-    text += ".SH EXIT STATUS\n" + roff(kExitCodes) + "\n";
+    text += fmt::format(".SH EXIT STATUS\n{}\n", roff(kExitCodes));
     text += ".SH ENVIRONMENT\n";
     text += roffItem("KESTRIX_HOME", "a folder that holds the settings, the data and the log");
     text += roffItem("KESTRIX_LOG", "1: write what happens to the log");
