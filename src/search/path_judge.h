@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -38,7 +39,8 @@ class PathJudge {
     bool isLeftOutAlone(std::string_view path) const;
 
     const QueryContainer& query_;
-    const bool everywhere_;  // every path is in the location
+    const bool everywhere_;                                  // every path is in the location
+    const std::span<const std::string_view> systemFolders_;  // telling them costs a system call
 
     // The folder of the last path, with its slash, and what is known of it so far.
     std::string folder_;
