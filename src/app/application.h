@@ -1,0 +1,111 @@
+// The composition root: makes every process-wide service and hands each to whoever needs it.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/clock.h"
+#include "base/main_queue.h"
+#include "base/notification_center.h"
+#include "files/disks.h"
+#include "language/language_parse.h"
+#include "language/query_container.h"
+#include "platform/mounts.h"
+#include "platform/settings_store.h"
+#include "platform/user_folders.h"
+#include "search/file_system_search.h"
+#include "search/search_manager.h"
+#include "shell/activity.h"
+#include "shell/guru_meditation.h"
+#include "shell/logger.h"
+#include "shell/preferences.h"
+#include "stores/favorite_folders.h"
+#include "stores/history.h"
+#include "stores/recents.h"
+
+namespace kestrix {
+
+// What a front end brings along.
+struct ApplicationOptions {
+    std::string version;
+    std::string buildNumber;
+    GuruMeditation::ShowAlert showAlert;
+    SettingsStore::Damaged settingsDamaged;
+    Clock& clock = Clock::system();
+    MountTable& mounts = MountTable::system();
+    UserFolders folders = UserFolders::fromEnvironment();
+};
+
+// Which of the standard sources a search uses, and how patient it is.
+struct SearchPlan {
+    bool walk = true;
+    bool metadata = true;
+    bool showActivities = false;  // running walks stand in the list of activities
+    SearchTiming timing;
+};
+
+// Each service is made when it is first asked for, after those it builds on, and all go in reverse order of
+// their declaration: a command that needs three of them pays for three. Nothing is read or written by making
+// one. Threads: the accessors belong to the thread that runs the main queue; what they return may be used as
+// its own header says. Must outlive every search that was started with it, also one that was stopped and is
+// still winding down.
+class Application {
+  public:
+    explicit Application(ApplicationOptions options);
+    ~Application();
+    Application(const Application&) = delete;
+    Application& operator=(const Application&) = delete;
+
+    const ApplicationOptions& options() const { return options_; }
+    Clock& clock() { return options_.clock; }
+    const UserFolders& folders() const { return options_.folders; }
+    RunLoop& mainQueue() { return mainQueue_; }
+
+    NotificationCenter& notifications();
+    SettingsStore& settingsStore();
+    Preferences& preferences();
+    Logger& logger();
+    GMTrace& trace() { return trace_; }
+    GuruMeditation& failures();
+    ActivityController& activities();
+    DiskInfoManager& disks();
+    const LanguageParse& language();
+    HistoryController& history();
+    RecentItems& recentItems();
+    RecentLocations& recentLocations();
+    FavoriteFolders& favoriteFolders();
+
+    QueryEnvironment queryEnvironment();
+    WalkCounters& walkCounters() { return walkCounters_; }
+    SearchEnvironment searchEnvironment(const SearchPlan& plan);
+
+    // Switches the log on for this run.
+    void startLogging();
+
+    // Notes in the settings that a program of this build has run here; what has been noted costs no write.
+    // Front ends call it before they change settings of their own accord. Throws Error.
+    void noteLaunch();
+
+  private:
+    ApplicationOptions options_;
+    RunLoop mainQueue_;
+    GMTrace trace_;
+    WalkCounters walkCounters_;
+    std::optional<NotificationCenter> notifications_;
+    std::optional<SettingsStore> settingsStore_;
+    std::optional<Preferences> preferences_;
+    std::optional<Logger> logger_;
+    std::optional<GuruMeditation> failures_;
+    std::optional<ActivityController> activities_;
+    std::optional<DiskInfoManager> disks_;
+    std::optional<LanguageParse> language_;
+    std::optional<HistoryController> history_;
+    std::optional<RecentItems> recentItems_;
+    std::optional<RecentLocations> recentLocations_;
+    std::optional<FavoriteFolders> favoriteFolders_;
+};
+
+}  // namespace kestrix
