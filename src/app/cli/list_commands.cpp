@@ -163,8 +163,10 @@ int runHistory(const Arguments& arguments, CommandContext& context) {
     return kExitFound;
 }
 
+// The favourites of a first launch are there before the list is shown or changed.
 int runFavourites(const Arguments& arguments, CommandContext& context) {
     FavoriteFolders& favourites = context.application.favoriteFolders();
+    context.application.noteLaunch();
     const std::string_view action = arguments.action->name;
     if (action == "list") return listFavourites(arguments, context);
     if (action == "rename") {
@@ -176,7 +178,6 @@ int runFavourites(const Arguments& arguments, CommandContext& context) {
                  "; kestrix favourites lists them");
         return kExitNothing;
     }
-    context.application.noteLaunch();
     context.output.append(favourites.add(absolute(arguments.words.front())));
     context.output.append('\n');
     return kExitFound;
