@@ -1,7 +1,5 @@
 #include "base/clock.h"
 
-#include <algorithm>
-
 namespace kestrix {
 
 namespace {
@@ -57,24 +55,23 @@ SteadyTime ManualClock::steadyNow() const {
 
 // Two locks meet here: the caller's, which `held` owns, and the clock's own. They nest only in that order.
 // A waiter reads the time and enters the list in one step, so an advance is either seen by it or sees it.
-// Leaving the list, it lets its caller's lock go first: an advance in progress needs that lock to wake it,
+// Having slept, it lets its caller's lock go for a moment: an advance in progress needs that lock to wake it,
 // and it must not leave while an advance still holds its pointers.
 bool ManualClock::waitUntil(std::unique_lock<std::mutex>& held, std::condition_variable& wakeup,
                             SteadyTime until, const std::function<bool()>& done) {
+    const Waiter self{held.mutex(), &wakeup};
     while (!done()) {
         {
             std::lock_guard hold(mutex_);
             if (steady_ >= until) return false;
-            waiters_.push_back({held.mutex(), &wakeup});
+            waiters_.push_back(&self);
         }
         wakeup.wait(held);
         held.unlock();
         {
             std::unique_lock hold(mutex_);
             nobodyWakes_.wait(hold, [this] { return waking_ == 0; });
-            waiters_.erase(std::find_if(waiters_.begin(), waiters_.end(), [&](const Waiter& waiter) {
-                return waiter.mutex == held.mutex() && waiter.wakeup == &wakeup;
-            }));
+            std::erase(waiters_, &self);
         }
         held.lock();
     }
@@ -84,17 +81,17 @@ bool ManualClock::waitUntil(std::unique_lock<std::mutex>& held, std::condition_v
 // Having held a waiter's lock once, we know that it is asleep and not between its look at the time and its
 // sleep: the notification cannot be lost.
 void ManualClock::advance(Seconds by) {
-    std::vector<Waiter> waiters;
+    std::vector<const Waiter*> woken;
     {
         std::lock_guard hold(mutex_);
         steady_ += std::chrono::round<SteadyTime::duration>(by);
         wall_ += std::chrono::round<WallTime::duration>(by);
-        waiters = waiters_;
+        woken.swap(waiters_);
         ++waking_;
     }
-    for (const Waiter& waiter : waiters) {
-        { std::lock_guard asleep(*waiter.mutex); }
-        waiter.wakeup->notify_all();
+    for (const Waiter* waiter : woken) {
+        { std::lock_guard asleep(*waiter->mutex); }
+        waiter->wakeup->notify_all();
     }
     std::lock_guard hold(mutex_);
     --waking_;

@@ -38,7 +38,8 @@ class Clock {
 // Whole seconds since 1970 of a time of day, rounded down.
 long long secondsSince1970(WallTime time);
 
-// The time `by` after `from`: `from` itself for a negative delay, SteadyTime::max() for one too long to count.
+// The time `by` after `from`: `from` itself for a negative delay, SteadyTime::max() for one too long to
+// count.
 SteadyTime later(SteadyTime from, Seconds by);
 
 // A clock that stands still until it is told to move. Waiting threads wake when the time passes their limit.
@@ -56,7 +57,8 @@ class ManualClock : public Clock {
     void advance(Seconds by);
     // Sets the time of day alone, as a user or a time server may.
     void setWallTime(WallTime time);
-    // How many threads are inside waitUntil just now.
+    // How many threads sleep inside waitUntil just now. One that an advance has woken counts again only when
+    // it has looked at the new time and gone back to sleep.
     int waiting() const;
 
   private:
@@ -68,8 +70,8 @@ class ManualClock : public Clock {
     mutable std::mutex mutex_;
     WallTime wall_;
     SteadyTime steady_;
-    std::vector<Waiter> waiters_;
-    int waking_ = 0;  // advances that hold copies of waiters_ just now
+    std::vector<const Waiter*> waiters_;
+    int waking_ = 0;  // advances that hold pointers taken from waiters_ just now
     std::condition_variable nobodyWakes_;
 };
 

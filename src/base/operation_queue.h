@@ -54,8 +54,8 @@ class OperationQueue {
     const std::string& name() const;
 
   protected:
-    // What destruction does. A derived class calls it first in its own destructor, because until it returns an
-    // operation that still runs may add to the queue. What is added after it is dropped.
+    // What destruction does. A derived class calls it first in its own destructor, because until it returns
+    // an operation that still runs may add to the queue. What is added after it is dropped.
     void end();
 
   private:

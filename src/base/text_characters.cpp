@@ -67,7 +67,7 @@ template <typename OnCharacter>
 bool walkSimple(std::string_view valid, OnCharacter on) {
     for (std::size_t at = 0; at < valid.size();) {
         const std::size_t start = at;
-        U8_FWD_1(valid.data(), at, valid.size());
+        nextCodePoint(valid, at);
         if (valid[start] == '\r' && at < valid.size() && valid[at] == '\n') ++at;
         if (!on(valid.substr(start, at - start))) return false;
     }

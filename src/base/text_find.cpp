@@ -86,13 +86,13 @@ __m128i candidates(const char* bytes, char caseBit, char wanted) {
 }
 
 // The place of the needle among kBlock places from `at` on, or npos.
-std::size_t findInBlock(const char* haystack, std::size_t at, const AsciiNeedle& needle) {
+std::size_t findInBlock(std::string_view haystack, std::size_t at, const AsciiNeedle& needle) {
     const __m128i both = _mm_and_si128(
-        candidates(haystack + at + needle.rarest, needle.rarestBit, needle.bytes[needle.rarest]),
-        candidates(haystack + at + needle.second, needle.secondBit, needle.bytes[needle.second]));
+        candidates(&haystack[at + needle.rarest], needle.rarestBit, needle.bytes[needle.rarest]),
+        candidates(&haystack[at + needle.second], needle.secondBit, needle.bytes[needle.second]));
     for (auto mask = static_cast<unsigned>(_mm_movemask_epi8(both)); mask != 0; mask &= mask - 1) {
         const std::size_t place = at + static_cast<std::size_t>(std::countr_zero(mask));
-        if (needle.standsAt(haystack + place)) return place;
+        if (needle.standsAt(&haystack[place])) return place;
     }
     return std::string_view::npos;
 }
@@ -105,15 +105,15 @@ std::size_t findAscii(std::string_view haystack, std::string_view loweredNeedle,
     std::size_t at = from;
 #if defined(__SSE2__)
     for (; places - at >= kBlock; at += kBlock) {
-        const std::size_t found = findInBlock(haystack.data(), at, needle);
+        const std::size_t found = findInBlock(haystack, at, needle);
         if (found != std::string_view::npos) return found;
     }
     // The rest in one step that goes over some places again.
-    if (at < places && places - from >= kBlock) return findInBlock(haystack.data(), places - kBlock, needle);
+    if (at < places && places - from >= kBlock) return findInBlock(haystack, places - kBlock, needle);
 #endif
     for (; at < places; ++at) {
         const char byte = static_cast<char>(haystack[at + needle.rarest] | needle.rarestBit);
-        if (byte == loweredNeedle[needle.rarest] && needle.standsAt(haystack.data() + at)) return at;
+        if (byte == loweredNeedle[needle.rarest] && needle.standsAt(&haystack[at])) return at;
     }
     return std::string_view::npos;
 }

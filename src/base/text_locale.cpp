@@ -10,6 +10,7 @@ namespace kestrix::text {
 std::string userLocale(const char* category) {
     const char* named = nullptr;
     for (const char* variable : {"LC_ALL", category, "LANG"}) {
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing here changes the environment
         named = std::getenv(variable);
         if (named != nullptr && *named != '\0') break;
     }

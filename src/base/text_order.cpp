@@ -7,6 +7,7 @@
 #include <array>
 #include <cstring>
 #include <memory>
+#include <string>
 
 #include "base/text.h"
 #include "base/text_locale.h"
@@ -49,20 +50,20 @@ class Utf16 {
   public:
     explicit Utf16(std::string_view text) {
         text = text.substr(0, kLongestCollated);
-        if (text.size() > onStack_.size()) onHeap_ = std::make_unique<UChar[]>(text.size());
+        if (text.size() > onStack_.size()) onHeap_.resize(text.size());
         UErrorCode status = U_ZERO_ERROR;
         u_strFromUTF8WithSub(data(), static_cast<int32_t>(text.size()), &length_, text.data(),
                              static_cast<int32_t>(text.size()), 0xFFFD, nullptr, &status);
         if (U_FAILURE(status)) length_ = 0;
     }
-    const UChar* units() const { return onHeap_ ? onHeap_.get() : onStack_.data(); }
+    const UChar* units() const { return onHeap_.empty() ? onStack_.data() : onHeap_.data(); }
     int32_t length() const { return length_; }
 
   private:
-    UChar* data() { return onHeap_ ? onHeap_.get() : onStack_.data(); }
+    UChar* data() { return onHeap_.empty() ? onStack_.data() : onHeap_.data(); }
 
     std::array<UChar, 512> onStack_;
-    std::unique_ptr<UChar[]> onHeap_;
+    std::u16string onHeap_;
     int32_t length_ = 0;
 };
 

@@ -23,6 +23,7 @@ inline constexpr char loweredByte(char byte) {
 inline UChar32 nextCodePoint(std::string_view text, std::size_t& offset) {
     const std::size_t start = offset;
     UChar32 codePoint;
+    // NOLINTNEXTLINE(bugprone-inc-dec-in-conditions): the macro's own way
     U8_NEXT(text.data(), offset, text.size(), codePoint);
     if (codePoint < 0) offset = start + 1;
     return codePoint;

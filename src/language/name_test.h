@@ -9,8 +9,8 @@ namespace kestrix {
 
 // What a name is held against; all prepared once per query. Words are in lower case but with `caseSensitive`.
 struct NameTestWords {
-    std::vector<std::string> words;                  // every one must be found
-    std::vector<std::vector<std::string>> orGroups;  // or, with `anyGroup`, all of at least one group
+    std::vector<std::string> words{};                  // every one must be found
+    std::vector<std::vector<std::string>> orGroups{};  // or, with `anyGroup`, all of at least one group
     bool anyGroup = false;
     bool caseSensitive = false;
     bool wholeWords = false;  // a word must equal a piece of the name instead of standing anywhere in it

@@ -130,10 +130,12 @@ TEST_F(MainQueueTest, ManyThreadsMayPostToARunningLoop) {
 
 TEST_F(MainQueueTest, ASecondDelayedCallFromTheSamePlaceReplacesTheFirst) {
     GCDAdditions delayed(loop);
-    performFromOnePlace(delayed, 1, note("first"));
+    auto held = std::make_shared<int>(0);
+    performFromOnePlace(delayed, 1, [this, held] { log.push_back("first"); });
     delayed.cancelPreviousThenPerform(Seconds(1), note("elsewhere"));
     pass(0.5);
     performFromOnePlace(delayed, 1, note("second"));
+    EXPECT_EQ(held.use_count(), 1) << "a replaced block is freed at once";
     pass(0.5);
     EXPECT_EQ(log, Log{"elsewhere"});
     pass(0.5);

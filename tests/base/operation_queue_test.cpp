@@ -116,21 +116,38 @@ TEST(OperationQueue, CancelDropsOnlyWhatHasNotStarted) {
 }
 
 TEST(OperationQueue, CancellingTheLastOperationLetsWaitersGo) {
-    OperationQueue queue(1);
-    queue.setSuspended(true);
-    queue.add([] { FAIL() << "a cancelled operation ran"; });
-    auto waiter = std::async(std::launch::async, [&] { queue.waitUntilAllOperationsAreFinished(); });
-    queue.cancelAllOperations();
-    waiter.get();
+    for (int round = 0; round < 50; ++round) {
+        OperationQueue queue(1);
+        queue.setSuspended(true);
+        queue.add([] { FAIL() << "a cancelled operation ran"; });
+        Gate waiting;
+        Gate finished;
+        std::thread waiter([&] {
+            waiting.come();
+            queue.waitUntilAllOperationsAreFinished();
+            finished.come();
+        });
+        ASSERT_TRUE(waiting.waitFor(1));
+        for (int i = 0; i < 20; ++i)
+            std::this_thread::yield();  // most rounds cancel under a sleeping waiter
+        queue.cancelAllOperations();
+        const bool letGo = finished.waitFor(1);
+        queue.setSuspended(false);
+        queue.add([] {});  // frees a forgotten waiter
+        waiter.join();
+        ASSERT_TRUE(letGo);
+    }
 }
 
 TEST(OperationQueue, ASuspendedQueueStartsNothingUntilItIsResumed) {
-    OperationQueue queue(2);
+    OperationQueue queue(3);
     Gate gate;
     std::atomic<bool> resumed = false;
     std::atomic<int> early = 0;
+    queue.add([] {});
+    queue.waitUntilAllOperationsAreFinished();
     queue.setSuspended(true);
-    for (int i = 0; i < 2; ++i) {
+    for (int i = 0; i < 3; ++i) {
         queue.add([&] {
             if (!resumed) ++early;
             gate.pass();
@@ -138,7 +155,7 @@ TEST(OperationQueue, ASuspendedQueueStartsNothingUntilItIsResumed) {
     }
     resumed = true;
     queue.setSuspended(false);
-    EXPECT_TRUE(gate.waitFor(2)) << "resuming uses the whole width at once";
+    EXPECT_TRUE(gate.waitFor(3)) << "resuming wakes the idle thread and uses the whole width at once";
     gate.open();
     queue.waitUntilAllOperationsAreFinished();
     EXPECT_EQ(early, 0);
@@ -205,12 +222,14 @@ TEST(OperationQueue, ARunningOperationMayAddWhileTheQueueIsDestroyed) {
 
 TEST(OperationQueue, AnOperationMayHoldTheLastReferenceToItsQueue) {
     for (int round = 0; round < 100; ++round) {
-        auto queue = std::make_shared<OperationQueue>(2);
-        std::weak_ptr<OperationQueue> watched = queue;
         Gate gate;
         Gate freed;
         Gate dropped;
         Gate otherEnded;
+        std::shared_ptr<OperationQueue> queue(new OperationQueue(2), [&](OperationQueue* last) {
+            delete last;
+            freed.come();
+        });
         std::shared_ptr<void> token(nullptr, [&](void*) { dropped.come(); });
         queue->add([&] {
             gate.pass();
@@ -219,13 +238,10 @@ TEST(OperationQueue, AnOperationMayHoldTheLastReferenceToItsQueue) {
         ASSERT_TRUE(gate.waitFor(1));
         OperationQueue* raw = queue.get();
         raw->setSuspended(true);
-        raw->add([&, last = std::move(queue)]() mutable {
-            last.reset();
-            if (watched.expired()) freed.come();
-        });
+        raw->add([last = std::move(queue)] {});
         raw->add([held = std::move(token)] {});
         raw->setSuspended(false);
-        EXPECT_TRUE(freed.waitFor(1));
+        EXPECT_TRUE(freed.waitFor(1)) << "without waiting for the other operation, which still runs";
         EXPECT_TRUE(dropped.waitFor(1)) << "both threads are busy, so what is queued goes with the queue";
         gate.open();
         EXPECT_TRUE(otherEnded.waitFor(1));

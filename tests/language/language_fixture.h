@@ -1,8 +1,9 @@
 // A query language of a few sentences, over real settings, whose commands say what they were made of.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <utility>
 #include <vector>
@@ -39,7 +40,7 @@ class Clause : public Command {
     }
     bool commandStopsWordBasedSearches() const override { return text_ == "anywhere"; }
     bool isTemplateEqualTo(const Command& other) const override {
-        return other.commandToString().substr(0, 4) == text_.substr(0, 4);
+        return other.commandExample() == commandExample();
     }
 
     CommandApplyResult answer = CommandApplyResult::accept;
@@ -65,9 +66,9 @@ class ClauseFactory : public CommandFactory {
         if (name == "wholeWords") return std::make_shared<WholeWords>();
         std::string text = name;
         for (const auto& value : args)
-            text += " " + std::any_cast<std::string>(value);
+            text.append(" ").append(std::any_cast<std::string>(value));
         for (const auto& [key, value] : flags)
-            text += " " + key + "=" + value;
+            text.append(" ").append(key).append("=").append(value);
         auto clause = std::make_shared<Clause>(text);
         if (name == "extension") clause->extraWords = {std::any_cast<std::string>(args.at(0))};
         if (name == "is") clause->answer = CommandApplyResult::exclude;

@@ -59,8 +59,9 @@ std::string_view takeField(std::string_view& rest, char separator) {
 
 std::optional<unsigned> parseNumber(std::string_view digits, int base) {
     unsigned number = 0;
-    const char* end = digits.data() + digits.size();
-    const auto [stop, failure] = std::from_chars(digits.data(), end, number, base);
+    const char* begin = std::to_address(digits.begin());
+    const char* end = std::to_address(digits.end());
+    const auto [stop, failure] = std::from_chars(begin, end, number, base);
     if (failure != std::errc() || stop != end) return std::nullopt;
     return number;
 }

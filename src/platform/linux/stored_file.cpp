@@ -17,6 +17,7 @@ namespace {
 
 constexpr mode_t kOwnFile = 0600;
 constexpr mode_t kOwnFolder = 0700;
+constexpr std::size_t kReadAtOnce = std::size_t{16} * 1024;
 constexpr int kMostLinks = 40;  // as many as the kernel itself follows
 
 Descriptor openOrThrow(const std::string& path, int flags, std::string_view action) {
@@ -124,7 +125,7 @@ std::optional<std::string> readWholeFile(const std::string& path) {
     // The size is only a hint: files of /proc tell 0, others may grow meanwhile.
     std::size_t room = ::fstat(file.get(), &status) == 0 ? static_cast<std::size_t>(status.st_size) + 1 : 1;
     for (std::size_t filled = 0;;) {
-        bytes.resize(filled + std::max<std::size_t>(room, 16 * 1024));
+        bytes.resize(filled + std::max(room, kReadAtOnce));
         const ssize_t got =
             retrying([&] { return ::read(file.get(), bytes.data() + filled, bytes.size() - filled); });
         if (got < 0) throwError("read", path, errno);

@@ -20,13 +20,13 @@ std::string environmentValue(const char* name) {
 }
 
 // The base directory rules: a path there must be absolute, or it is to be ignored.
-std::string absoluteValue(const char* name, std::string fallback) {
+std::string absoluteValue(const char* name, const std::string& fallback) {
     const std::string value = environmentValue(name);
     return value.starts_with('/') ? std::string(path::withoutTrailingSlash(value)) : fallback;
 }
 
 std::string homeOfPasswordDatabase() {
-    std::vector<char> buffer(16 * 1024);
+    std::vector<char> buffer(16'384);
     passwd entry{};
     passwd* found = nullptr;
     int result = 0;
