@@ -16,7 +16,8 @@ std::int64_t PathJudge::key(std::string_view path) {
     // The checksum has no final step, so it goes on from that of the folder.
     const auto name = nameInFolder(path);
     if (!name) return crc64(path);
-    return static_cast<std::int64_t>(crc64_ecma182(folderCrc_, name->data(), name->size()));
+    if (!folderCrc_) folderCrc_ = crc64_ecma182(0, folder_.data(), folder_.size());
+    return static_cast<std::int64_t>(crc64_ecma182(*folderCrc_, name->data(), name->size()));
 }
 
 const std::vector<std::string>& PathJudge::expansionsOf(std::string_view path) {
@@ -76,7 +77,7 @@ std::optional<std::string_view> PathJudge::nameInFolder(std::string_view path) {
 void PathJudge::rememberFolder(std::string_view folder) {
     folder_ = folder;
     plain_ = folder.front() == '/' && folder.find("//") == std::string_view::npos;
-    folderCrc_ = crc64_ecma182(0, folder.data(), folder.size());
+    folderCrc_.reset();
     expanded_ = false;
     inLocation_.reset();
     children_.reset();

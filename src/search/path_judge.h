@@ -43,7 +43,7 @@ class PathJudge {
     // The folder of the last path, with its slash, and what is known of it so far.
     std::string folder_;
     bool plain_ = false;  // absolute and without empty components
-    std::uint64_t folderCrc_ = 0;
+    std::optional<std::uint64_t> folderCrc_;
     bool expanded_ = false;
     std::optional<bool> inLocation_;
     enum class Children { allLeftOut, byName, eachAlone };

@@ -147,7 +147,7 @@ TEST_F(WalkTest, WalksDeeperThanAPathMayBeLong) {
 TEST_F(WalkTest, FindsEverythingInATreeWiderThanItsOpenFolders) {
     Set expected;
     for (int i = 0; i < 600; ++i) {
-        const std::string place = "f" + std::to_string(i) + "/g/h/x" + std::to_string(i);
+        const std::string place = std::string("f").append(std::to_string(i)) + "/g/h/x" + std::to_string(i);
         folder_.file(place);
         expected.insert(place);
     }
@@ -158,7 +158,7 @@ TEST_F(WalkTest, FindsEverythingInATreeWiderThanItsOpenFolders) {
 
 TEST_F(WalkTest, SharesOneFolderWithVeryManyChildren) {
     for (int i = 0; i < 5000; ++i) {
-        folder_.folder("many/n" + std::to_string(i));
+        folder_.folder(std::string("many/n").append(std::to_string(i)));
     }
     folder_.file("many/n4999/x");
     EXPECT_EQ(find("x"), (Set{"many/n4999/x"}));
@@ -201,7 +201,7 @@ TEST_F(WalkTest, AMissingStartFindsNothing) {
 
 TEST_F(WalkTest, StopsSoonAfterItIsToldTo) {
     for (int i = 0; i < 200; ++i) {
-        folder_.file("f" + std::to_string(i) + "/g/x");
+        folder_.file(std::string("f").append(std::to_string(i)) + "/g/x");
     }
     collector_.stopAtFirst = true;
     EXPECT_LT(find("x").size(), 200u);
