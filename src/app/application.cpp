@@ -1,5 +1,6 @@
 #include "app/application.h"
 
+#include "files/ignore_items.h"
 #include "search/metadata_search.h"
 
 namespace kestrix {
@@ -115,6 +116,8 @@ void Application::startLogging() {
 
 void Application::noteLaunch() {
     preferences().startup(options_.buildNumber);
+    IgnoreItems::startup(preferences());
+    favoriteFolders().startup();
 }
 
 }  // namespace kestrix
