@@ -1,5 +1,6 @@
 #include "app/application.h"
 
+#include "files/ignore_items.h"
 #include "search/metadata_search.h"
 
 namespace kestrix {
@@ -24,14 +25,19 @@ Application::~Application() {
     }
 }
 
+const UserFolders& Application::folders() {
+    return lazily(folders_, [&](auto& place) {
+        place = options_.folders ? *options_.folders : UserFolders::fromEnvironment();
+    });
+}
+
 NotificationCenter& Application::notifications() {
     return lazily(notifications_, [&](auto& place) { place.emplace(mainQueue_); });
 }
 
 SettingsStore& Application::settingsStore() {
-    return lazily(settingsStore_, [&](auto& place) {
-        place.emplace(options_.folders.settingsFile, options_.settingsDamaged);
-    });
+    return lazily(settingsStore_,
+                  [&](auto& place) { place.emplace(folders().settingsFile, options_.settingsDamaged); });
 }
 
 Preferences& Application::preferences() {
@@ -39,8 +45,7 @@ Preferences& Application::preferences() {
 }
 
 Logger& Application::logger() {
-    return lazily(logger_,
-                  [&](auto& place) { place.emplace(options_.folders.cache, mainQueue_, options_.clock); });
+    return lazily(logger_, [&](auto& place) { place.emplace(folders().cache, mainQueue_, options_.clock); });
 }
 
 GuruMeditation& Application::failures() {
@@ -83,7 +88,7 @@ RecentLocations& Application::recentLocations() {
 
 FavoriteFolders& Application::favoriteFolders() {
     return lazily(favoriteFolders_,
-                  [&](auto& place) { place.emplace(preferences(), notifications(), options_.folders.home); });
+                  [&](auto& place) { place.emplace(preferences(), notifications(), folders().home); });
 }
 
 QueryEnvironment Application::queryEnvironment() {
@@ -111,6 +116,8 @@ void Application::startLogging() {
 
 void Application::noteLaunch() {
     preferences().startup(options_.buildNumber);
+    IgnoreItems::startup(preferences());
+    favoriteFolders().startup();
 }
 
 }  // namespace kestrix

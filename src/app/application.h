@@ -36,7 +36,7 @@ struct ApplicationOptions {
     SettingsStore::Damaged settingsDamaged;
     Clock& clock = Clock::system();
     MountTable& mounts = MountTable::system();
-    UserFolders folders = UserFolders::fromEnvironment();
+    std::optional<UserFolders> folders{};  // none: those of the environment
 };
 
 // Which of the standard sources a search uses, and how patient it is.
@@ -61,7 +61,7 @@ class Application {
 
     const ApplicationOptions& options() const { return options_; }
     Clock& clock() { return options_.clock; }
-    const UserFolders& folders() const { return options_.folders; }
+    const UserFolders& folders();
     RunLoop& mainQueue() { return mainQueue_; }
 
     NotificationCenter& notifications();
@@ -85,7 +85,8 @@ class Application {
     // Switches the log on for this run.
     void startLogging();
 
-    // Notes in the settings that a program of this build has run here; what has been noted costs no write.
+    // What a launch leaves in the settings: the build that ran, the first favourites. What is there already
+    // costs no write.
     // Front ends call it before they change settings of their own accord. Throws Error.
     void noteLaunch();
 
@@ -94,6 +95,7 @@ class Application {
     RunLoop mainQueue_;
     GMTrace trace_;
     WalkCounters walkCounters_;
+    std::optional<UserFolders> folders_;
     std::optional<NotificationCenter> notifications_;
     std::optional<SettingsStore> settingsStore_;
     std::optional<Preferences> preferences_;

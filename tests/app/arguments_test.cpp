@@ -41,8 +41,8 @@ TEST(Arguments, AValueIsTakenAsItStands) {
 
 TEST(Arguments, WrongUsageIsToldWithWhatWasMeant) {
     EXPECT_EQ(complaint({"fnid", "x"}), "there is no command \"fnid\"; did you mean find?");
-    EXPECT_EQ(complaint({"find", "x", "--sroce", "walk"}),
-              "there is no option \"--sroce\"; did you mean --source?");
+    EXPECT_EQ(complaint({"find", "x", "--soruce", "walk"}),
+              "there is no option \"--soruce\"; did you mean --source?");
     EXPECT_EQ(
         complaint({"find", "x", "--sort=nmae"}),
         "--sort knows no \"nmae\"; it is one of name, size, modified, created, kind, inside, path, rank; did "

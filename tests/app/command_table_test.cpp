@@ -3,6 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <string>
+#include <vector>
+
 #include "app/cli/help_text.h"
 
 namespace kestrix::cli {
@@ -34,7 +38,7 @@ TEST(CommandTable, HelpFitsATerminal) {
         for (std::size_t at = 0; at < help.size();) {
             const std::size_t end = help.find('\n', at);
             const std::string line = help.substr(at, end - at);
-            if (!holds(line, "kestrix ")) EXPECT_LE(line.size(), 79u) << line;
+            EXPECT_TRUE(line.size() < 80 || holds(line, "kestrix ")) << line;
             at = end + 1;
         }
     }

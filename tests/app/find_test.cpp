@@ -123,11 +123,6 @@ TEST_F(Find, SortsAndLimits) {
     const auto names = [&](const std::vector<std::string>& options) {
         std::vector<std::string> arguments = {"hit"};
         arguments.insert(arguments.end(), options.begin(), options.end());
-        std::string text;
-        for (const char c : find(arguments).output) {
-            if (c == '\n') text += ' ';
-            if (c >= '0' && c <= '9' && text.size() < 100) text += c;
-        }
         return find(arguments).output;
     };
     const std::string one = tree() + "/hit1\n", two = tree() + "/hit2\n", three = tree() + "/hit3\n";
@@ -152,6 +147,14 @@ TEST_F(Find, HiddenPlacesAreSearchedWhenAskedFor) {
     EXPECT_EQ(find({"hit", "--system"}).output, hidden + "\n");
 }
 
+TEST_F(Find, ATerminalIsShownSafeNamesWithTheFoundWordsMarked) {
+    file("a hit\x1b[2J.txt");
+    const std::vector<std::string> line = {"find", "HIT", "--in", tree()};
+    EXPECT_EQ(program_.runOnTerminal(line).output, tree() + "/a \x1b[1;31mhit\x1b[0m\uFFFD[2J.txt\r\n");
+    program_.setVariable("NO_COLOR", "1");
+    EXPECT_EQ(program_.runOnTerminal(line).output, tree() + "/a hit\uFFFD[2J.txt\r\n");
+}
+
 TEST_F(Find, StatsGoToStandardError) {
     file("hit.txt");
     const Outcome outcome = find({"hit", "--stats"});
@@ -163,11 +166,11 @@ TEST_F(Find, StatsGoToStandardError) {
 }
 
 TEST_F(Find, UnreadableFoldersMatterOnlyToTheStrict) {
-    if (::geteuid() == 0) GTEST_SKIP() << "root reads everything";
+    program_.runAsNobody();
     file("hit.txt");
     std::filesystem::permissions(program_.folder().folder("tree/locked"), std::filesystem::perms::none);
-    EXPECT_EQ(find({"hit"}).code, 0);
-    const Outcome strict = find({"hit", "--strict"});
+    EXPECT_EQ(find({"hit", "--no-history"}).code, 0);
+    const Outcome strict = find({"hit", "--no-history", "--strict"});
     std::filesystem::permissions(tree() + "/locked", std::filesystem::perms::owner_all);
     EXPECT_EQ(strict.code, 2);
     EXPECT_EQ(strict.errors, "kestrix: 1 folder could not be read\n");

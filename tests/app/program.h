@@ -2,11 +2,13 @@
 #pragma once
 
 #include <fcntl.h>
+#include <pty.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -29,6 +31,9 @@ class Program {
     const TemporaryFolder& folder() const { return folder_; }
     std::string home() const { return home_; }
     void setHome(std::string home) { home_ = std::move(home); }
+    // For what root is never refused. Not root: nothing changes.
+    void runAsNobody() { asNobody_ = ::geteuid() == 0; }
+    void setVariable(std::string name, std::string value) { variables_[std::move(name)] = std::move(value); }
 
     Outcome run(const std::vector<std::string>& arguments, Reader reader = Reader::readsAll) const {
         int output[2];
@@ -54,6 +59,20 @@ class Program {
         return outcome;
     }
 
+    // With standard output on a terminal of 80 columns. Standard error goes elsewhere.
+    Outcome runOnTerminal(const std::vector<std::string>& arguments) const {
+        int terminal = -1, side = -1;
+        if (::openpty(&terminal, &side, nullptr, nullptr, nullptr) != 0) std::abort();
+        const std::string errorFile = folder_.path("stderr");
+        const pid_t child = start(arguments, side, errorFile);
+        ::close(side);
+        Outcome outcome;
+        readFrom(terminal, child, Reader::readsAll, outcome.output);
+        finish(child, errorFile, outcome);
+        ::close(terminal);
+        return outcome;
+    }
+
     pid_t startSilently(const std::vector<std::string>& arguments) const {
         return start(arguments, -1, "/dev/null");
     }
@@ -68,7 +87,9 @@ class Program {
         if (child != 0) return child;
         ::setenv("KESTRIX_HOME", home_.c_str(), 1);
         ::setenv("LC_ALL", "en_GB.UTF-8", 1);
-        ::unsetenv("KESTRIX_LOG");
+        for (const char* name : {"KESTRIX_LOG", "NO_COLOR"})
+            ::unsetenv(name);
+        ::setenv("TERM", "xterm", 1);
         const int errors = ::open(errorFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
         ::dup2(errors, STDERR_FILENO);
         if (output >= 0) {
@@ -76,6 +97,9 @@ class Program {
         } else {
             ::close(STDOUT_FILENO);
         }
+        for (const auto& [name, value] : variables_)
+            ::setenv(name.c_str(), value.c_str(), 1);
+        if (asNobody_ && ::setuid(65534) != 0) ::_exit(126);
         ::execv(KESTRIX_BINARY, const_cast<char* const*>(list.data()));
         ::_exit(127);
     }
@@ -104,6 +128,8 @@ class Program {
     }
 
     TemporaryFolder folder_;
+    bool asNobody_ = false;
+    std::map<std::string, std::string> variables_;
     std::string home_ = folder_.path("home");
 };
 

@@ -99,7 +99,8 @@ TEST_F(SettingsCommands, ListsAreKeptAndCleared) {
 
     EXPECT_EQ(output({"favourites", "add", "/data/My Photos"}), "my\n");
     EXPECT_EQ(program_.run({"favourites", "rename", "my", "photos"}).code, 0);
-    EXPECT_EQ(output({"favourites"}), "photos\t/data/My Photos\n");
+    EXPECT_NE(output({"favourites"}).find("photos\t/data/My Photos\n"), std::string::npos);
+    EXPECT_NE(output({"favourites"}).find("downloads\t"), std::string::npos);
     EXPECT_EQ(program_.run({"favourites", "remove", "photos"}).code, 0);
     EXPECT_EQ(program_.run({"favourites", "remove", "photos"}).code, 1);
 

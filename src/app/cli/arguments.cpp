@@ -9,19 +9,22 @@
 namespace kestrix::cli {
 namespace {
 
+// Letters put in, left out, replaced, or swapped with a neighbour.
 std::size_t editDistance(std::string_view a, std::string_view b) {
-    std::vector<std::size_t> row(b.size() + 1);
-    std::iota(row.begin(), row.end(), std::size_t{0});
+    std::vector<std::size_t> twoAbove, above(b.size() + 1), row(b.size() + 1);
+    std::iota(above.begin(), above.end(), std::size_t{0});
     for (std::size_t i = 1; i <= a.size(); ++i) {
-        std::size_t diagonal = row[0];
         row[0] = i;
         for (std::size_t j = 1; j <= b.size(); ++j) {
-            const std::size_t replaced = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
-            diagonal = row[j];
-            row[j] = std::min({replaced, row[j] + 1, row[j - 1] + 1});
+            const std::size_t replaced = above[j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1);
+            row[j] = std::min({replaced, above[j] + 1, row[j - 1] + 1});
+            const bool swapped = i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1];
+            if (swapped) row[j] = std::min(row[j], twoAbove[j - 2] + 1);
         }
+        twoAbove = above;
+        above = row;
     }
-    return row.back();
+    return above.back();
 }
 
 template <typename Specs>
@@ -235,7 +238,7 @@ Arguments parseArguments(std::span<const std::string_view> typed) {
     return Parser(typed).parse();
 }
 
-// Far from everything is far from a third of the letters; the long cannot be meant by the short. The cap
+// A third of the letters may be wrong, and one of a few; a beginning of three letters is near, too. The cap
 // keeps a megabyte of nonsense from being measured letter by letter.
 std::string_view nearest(std::string_view typed, std::span<const std::string_view> candidates) {
     std::string_view best;

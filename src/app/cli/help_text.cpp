@@ -61,7 +61,7 @@ std::string formOf(const ActionSpec& action) {
 
 std::string helpOf(const OptionSpec& option) {
     if (option.values.empty()) return std::string(option.help);
-    return fmt::format("{}: {}", option.help, fmt::join(option.values, ", "));
+    return fmt::format("{}; one of {}", option.help, fmt::join(option.values, ", "));
 }
 
 std::string usageOf(const CommandSpec& command) {

@@ -8,6 +8,7 @@
 #include "app/cli/commands.h"
 #include "app/cli/display_text.h"
 #include "base/calendar.h"
+#include "base/error.h"
 #include "base/path.h"
 #include "files/ignore_items.h"
 #include "platform/system_info.h"
@@ -153,6 +154,16 @@ int removeIgnored(std::string_view typed, IgnoreItems& ignored) {
     return kExitFound;
 }
 
+// The favourites of a first launch are there before the list is shown or changed. Settings that cannot be
+// written can still be read.
+void noteLaunchIfPossible(Application& application) {
+    try {
+        application.noteLaunch();
+    } catch (const Error&) {
+        LogFunc("The settings cannot be written");
+    }
+}
+
 }  // namespace
 
 int runHistory(const Arguments& arguments, CommandContext& context) {
@@ -166,7 +177,11 @@ int runHistory(const Arguments& arguments, CommandContext& context) {
 int runFavourites(const Arguments& arguments, CommandContext& context) {
     FavoriteFolders& favourites = context.application.favoriteFolders();
     const std::string_view action = arguments.action->name;
-    if (action == "list") return listFavourites(arguments, context);
+    if (action == "list") {
+        noteLaunchIfPossible(context.application);
+        return listFavourites(arguments, context);
+    }
+    context.application.noteLaunch();
     if (action == "rename") {
         return renameFavourite(std::string(arguments.words[0]), std::string(arguments.words[1]), favourites);
     }
@@ -176,7 +191,6 @@ int runFavourites(const Arguments& arguments, CommandContext& context) {
                  "; kestrix favourites lists them");
         return kExitNothing;
     }
-    context.application.noteLaunch();
     context.output.append(favourites.add(absolute(arguments.words.front())));
     context.output.append('\n');
     return kExitFound;

@@ -25,7 +25,7 @@ struct PrintStyle {
     Form form = Form::path;
     bool nulEnds = false;                  // paths end with NUL and are printed as they are
     bool terminal = false;                 // what is printed must be safe for a terminal
-    std::vector<std::string> markedWords;  // lower case; marked in names of the path and the long form
+    std::vector<std::string> markedWords{};  // lower case; marked in names of the path and the long form
 };
 
 // One thread. The path and the long form give a path's true bytes unless the style says that a terminal
