@@ -94,22 +94,12 @@ std::shared_ptr<Merge::Work> Merge::pickNew(MergeSlice slice) {
         if (!entry.item) continue;
         SearchResult* candidate = entry.item;
         if (entry.folder != kItself) {
-            candidate = &work->expansions.emplace_back(
-                expansionRecord(*entry.item, std::move(folders[entry.folder])));
+            candidate = &work->expansions.emplace_back(QueryContainer::folderOnTheWay(
+                *entry.item, std::move(folders[entry.folder]), setup_.attributes));
         }
         work->candidates.push_back({candidate, entry.group});
     }
     return work;
-}
-
-SearchResult Merge::expansionRecord(const SearchResult& item, std::string path) const {
-    SearchResult record = setup_.attributes
-                              ? SearchResult::ofDirectory(item.searchResultSuppliedBy, std::move(path),
-                                                          item.checkToSeeIfItExists)
-                              : SearchResult(item.searchResultSuppliedBy, DiskKey(""), std::move(path), true,
-                                             0, 0, 0, 0, item.checkToSeeIfItExists, false);
-    record.ignoreSearchLocation = item.ignoreSearchLocation;
-    return record;
 }
 
 void Merge::judge(const std::shared_ptr<Work>& work, std::size_t first, std::size_t last) {

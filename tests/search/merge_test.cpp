@@ -68,10 +68,8 @@ class MergeTwinTest : public SearchTest {
         Paths survivors;
         for (const SearchResult& item : batch) {
             std::vector<SearchResult> list = {item};
-            for (auto& folderOfItem : query.expandMatchingItemsForSearchResult(item)) {
-                folderOfItem.ignoreSearchLocation = item.ignoreSearchLocation;
+            for (auto& folderOfItem : query.expandMatchingItemsForSearchResult(item))
                 list.push_back(folderOfItem);
-            }
             for (SearchResult& candidate : list) {
                 if (!alreadyFiltered.insert(crc64(candidate.path)).second) continue;
                 if (!candidate.ignoreSearchLocation && !query.pathIsInQueryLocation(candidate.path)) continue;

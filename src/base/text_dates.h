@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-namespace kestrix::cli {
+namespace kestrix {
 
 // One thread. Costs nothing until it is first asked; about a microsecond a date from then on.
 class LocalDates {
@@ -21,4 +21,4 @@ class LocalDates {
     std::unique_ptr<State> state_;
 };
 
-}  // namespace kestrix::cli
+}  // namespace kestrix

@@ -1,11 +1,11 @@
-#include "app/cli/local_dates.h"
+#include "base/text_dates.h"
 
 #include <unicode/udat.h>
 #include <unicode/ustring.h>
 
 #include <algorithm>
 
-namespace kestrix::cli {
+namespace kestrix {
 
 struct LocalDates::State {
     UDateFormat* format = nullptr;
@@ -42,4 +42,4 @@ std::string LocalDates::shortDateAndTime(std::int64_t secondsSince1970) {
     return text;
 }
 
-}  // namespace kestrix::cli
+}  // namespace kestrix
