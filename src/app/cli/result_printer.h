@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
-#include "app/cli/local_dates.h"
 #include "app/cli/output_writer.h"
+#include "base/text_dates.h"
 #include "files/search_result.h"
 
 namespace kestrix::cli {
@@ -23,8 +23,8 @@ std::string kindOf(const SearchResult& result);
 
 struct PrintStyle {
     Form form = Form::path;
-    bool nulEnds = false;                  // paths end with NUL and are printed as they are
-    bool terminal = false;                 // what is printed must be safe for a terminal
+    bool nulEnds = false;                    // paths end with NUL and are printed as they are
+    bool terminal = false;                   // what is printed must be safe for a terminal
     std::vector<std::string> markedWords{};  // lower case; marked in names of the path and the long form
 };
 
@@ -48,7 +48,7 @@ class ResultPrinter {
     OutputWriter& output_;
     PrintStyle style_;
     std::string scratch_;
-    LocalDates dates_;
+    text::ShortDates dates_;
 };
 
 }  // namespace kestrix::cli
