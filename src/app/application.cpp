@@ -6,10 +6,10 @@
 namespace kestrix {
 namespace {
 
-// The service in `place`, made now if it is not there. `make` fills the place.
-template <typename Service, typename Make>
-Service& lazily(std::optional<Service>& place, Make make) {
-    if (!place) make(place);
+// The service in `place`, made now from `arguments` if it is not there.
+template <typename Service, typename... Arguments>
+Service& lazily(std::unique_ptr<Service>& place, Arguments&&... arguments) {
+    if (!place) place = std::make_unique<Service>(std::forward<Arguments>(arguments)...);
     return *place;
 }
 
@@ -19,76 +19,69 @@ Application::Application(ApplicationOptions options)
     : options_(std::move(options)), mainQueue_(options_.clock) {}
 
 Application::~Application() {
-    if (logger_ && Logger::shared == &*logger_) {
+    if (logger_ && Logger::shared == logger_.get()) {
         Logger::shouldLog = false;
         Logger::shared = nullptr;
     }
 }
 
 const UserFolders& Application::folders() {
-    return lazily(folders_, [&](auto& place) {
-        place = options_.folders ? *options_.folders : UserFolders::fromEnvironment();
-    });
+    if (!folders_) {
+        folders_ = std::make_unique<UserFolders>(options_.folders ? *options_.folders
+                                                                  : UserFolders::fromEnvironment());
+    }
+    return *folders_;
 }
 
 NotificationCenter& Application::notifications() {
-    return lazily(notifications_, [&](auto& place) { place.emplace(mainQueue_); });
+    return lazily(notifications_, mainQueue_);
 }
 
 SettingsStore& Application::settingsStore() {
-    return lazily(settingsStore_,
-                  [&](auto& place) { place.emplace(folders().settingsFile, options_.settingsDamaged); });
+    return lazily(settingsStore_, folders().settingsFile, options_.settingsDamaged);
 }
 
 Preferences& Application::preferences() {
-    return lazily(preferences_, [&](auto& place) { place.emplace(settingsStore(), &notifications()); });
+    return lazily(preferences_, settingsStore(), &notifications());
 }
 
 Logger& Application::logger() {
-    return lazily(logger_, [&](auto& place) { place.emplace(folders().cache, mainQueue_, options_.clock); });
+    return lazily(logger_, folders().cache, mainQueue_, options_.clock);
 }
 
 GuruMeditation& Application::failures() {
-    return lazily(failures_, [&](auto& place) {
-        place.emplace(mainQueue_, trace_, options_.showAlert, options_.version);
-    });
+    return lazily(failures_, mainQueue_, trace_, options_.showAlert, options_.version);
 }
 
 ActivityController& Application::activities() {
-    return lazily(activities_,
-                  [&](auto& place) { place.emplace(mainQueue_, notifications(), options_.clock); });
+    return lazily(activities_, mainQueue_, notifications(), options_.clock);
 }
 
 DiskInfoManager& Application::disks() {
-    return lazily(disks_, [&](auto& place) { place.emplace(options_.mounts, mainQueue_); });
+    return lazily(disks_, options_.mounts, mainQueue_);
 }
 
 const LanguageParse& Application::language() {
-    return lazily(language_, [](auto& place) { place.emplace(); });
+    return lazily(language_);
 }
 
 HistoryController& Application::history() {
-    return lazily(history_, [&](auto& place) {
-        const auto holdsCommands = [query = queryEnvironment()](const std::string& text) {
-            return !QueryContainer(text, std::nullopt, false, query).commandsFoundInQuery().empty();
-        };
-        place.emplace(preferences(), notifications(), holdsCommands, options_.clock);
-    });
+    const auto holdsCommands = [query = queryEnvironment()](const std::string& text) {
+        return !QueryContainer(text, std::nullopt, false, query).commandsFoundInQuery().empty();
+    };
+    return lazily(history_, preferences(), notifications(), holdsCommands, options_.clock);
 }
 
 RecentItems& Application::recentItems() {
-    return lazily(recentItems_, [&](auto& place) {
-        place.emplace(preferences(), notifications(), options_.mounts, options_.clock);
-    });
+    return lazily(recentItems_, preferences(), notifications(), options_.mounts, options_.clock);
 }
 
 RecentLocations& Application::recentLocations() {
-    return lazily(recentLocations_, [&](auto& place) { place.emplace(preferences()); });
+    return lazily(recentLocations_, preferences());
 }
 
 FavoriteFolders& Application::favoriteFolders() {
-    return lazily(favoriteFolders_,
-                  [&](auto& place) { place.emplace(preferences(), notifications(), folders().home); });
+    return lazily(favoriteFolders_, preferences(), notifications(), folders().home);
 }
 
 QueryEnvironment Application::queryEnvironment() {

@@ -95,19 +95,19 @@ class Application {
     RunLoop mainQueue_;
     GMTrace trace_;
     WalkCounters walkCounters_;
-    std::optional<UserFolders> folders_;
-    std::optional<NotificationCenter> notifications_;
-    std::optional<SettingsStore> settingsStore_;
-    std::optional<Preferences> preferences_;
-    std::optional<Logger> logger_;
-    std::optional<GuruMeditation> failures_;
-    std::optional<ActivityController> activities_;
-    std::optional<DiskInfoManager> disks_;
-    std::optional<LanguageParse> language_;
-    std::optional<HistoryController> history_;
-    std::optional<RecentItems> recentItems_;
-    std::optional<RecentLocations> recentLocations_;
-    std::optional<FavoriteFolders> favoriteFolders_;
+    std::unique_ptr<UserFolders> folders_;
+    std::unique_ptr<NotificationCenter> notifications_;
+    std::unique_ptr<SettingsStore> settingsStore_;
+    std::unique_ptr<Preferences> preferences_;
+    std::unique_ptr<Logger> logger_;
+    std::unique_ptr<GuruMeditation> failures_;
+    std::unique_ptr<ActivityController> activities_;
+    std::unique_ptr<DiskInfoManager> disks_;
+    std::unique_ptr<LanguageParse> language_;
+    std::unique_ptr<HistoryController> history_;
+    std::unique_ptr<RecentItems> recentItems_;
+    std::unique_ptr<RecentLocations> recentLocations_;
+    std::unique_ptr<FavoriteFolders> favoriteFolders_;
 };
 
 }  // namespace kestrix

@@ -5,9 +5,9 @@
 
 #include <algorithm>
 
-namespace kestrix {
+namespace kestrix::text {
 
-struct LocalDates::State {
+struct ShortDates::State {
     UDateFormat* format = nullptr;
 
     State() {
@@ -20,10 +20,10 @@ struct LocalDates::State {
     State& operator=(const State&) = delete;
 };
 
-LocalDates::LocalDates() = default;
-LocalDates::~LocalDates() = default;
+ShortDates::ShortDates() = default;
+ShortDates::~ShortDates() = default;
 
-std::string LocalDates::shortDateAndTime(std::int64_t secondsSince1970) {
+std::string ShortDates::shortDateAndTime(std::int64_t secondsSince1970) {
     if (secondsSince1970 == 0) return {};
     if (!state_) state_ = std::make_unique<State>();
     if (!state_->format) return {};
@@ -42,4 +42,4 @@ std::string LocalDates::shortDateAndTime(std::int64_t secondsSince1970) {
     return text;
 }
 
-}  // namespace kestrix
+}  // namespace kestrix::text

@@ -5,13 +5,13 @@
 #include <memory>
 #include <string>
 
-namespace kestrix {
+namespace kestrix::text {
 
 // One thread. Costs nothing until it is first asked; about a microsecond a date from then on.
-class LocalDates {
+class ShortDates {
   public:
-    LocalDates();
-    ~LocalDates();
+    ShortDates();
+    ~ShortDates();
 
     // Date and time in the locale's short styles, each comma replaced by a blank. Empty for 0, not known.
     std::string shortDateAndTime(std::int64_t secondsSince1970);
@@ -21,4 +21,4 @@ class LocalDates {
     std::unique_ptr<State> state_;
 };
 
-}  // namespace kestrix
+}  // namespace kestrix::text

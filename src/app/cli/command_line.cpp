@@ -1,12 +1,12 @@
 #include "app/cli/command_line.h"
 
 #include <array>
-#include <cstdlib>
-#include <cstring>
 #include <new>
+#include <system_error>
 
 #include "app/cli/commands.h"
 #include "app/cli/display_text.h"
+#include "app/cli/environment.h"
 #include "app/cli/help_text.h"
 #include "base/error.h"
 
@@ -44,8 +44,7 @@ int run(const Arguments& arguments, CommandContext& context) {
     }
     if (!arguments.command)
         throw UsageError("say what to do, such as: kestrix find report; --help lists all");
-    const char* log = std::getenv("KESTRIX_LOG");
-    if (arguments.has("log") || (log && std::string_view(log) == "1")) context.application.startLogging();
+    if (arguments.has("log") || environmentValue("KESTRIX_LOG") == "1") context.application.startLogging();
     for (const Runner& runner : kRunners) {
         if (runner.name == arguments.command->name) return runner.run(arguments, context);
     }
@@ -84,7 +83,8 @@ int runCommandLine(std::span<const std::string_view> typed, Application& applica
     const int code = runGuarded(typed, context);
     output.finish();
     if (output.outcome() != WriteOutcome::failed) return code;
-    complain(std::string("cannot write to standard output: ") + std::strerror(output.errorNumber()));
+    complain(std::string("cannot write to standard output: ") +
+             std::generic_category().message(output.errorNumber()));
     return kExitFailure;
 }
 

@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include "app/cli/display_text.h"
+#include "app/cli/environment.h"
 #include "base/error.h"
 #include "base/text.h"
 #include "platform/system_info.h"
@@ -26,9 +27,7 @@ constexpr Seconds kHistoryDelay = Seconds(0.05);
 constexpr Seconds kInterruptPatience = Seconds(2);
 
 bool colourIsWelcome() {
-    const char* noColour = std::getenv("NO_COLOR");
-    const char* terminal = std::getenv("TERM");
-    return !(noColour && *noColour) && !(terminal && std::string_view(terminal) == "dumb");
+    return environmentValue("NO_COLOR").empty() && environmentValue("TERM") != "dumb";
 }
 
 // 130 for Ctrl-C, as shells count.
@@ -51,14 +50,13 @@ FindRun::FindRun(CommandContext& context, FindRequest request)
       interrupts_(std::make_unique<InterruptWatcher>([this](int signal) { interrupted(signal); })) {}
 
 int FindRun::run() {
-    progress_.emplace();
     session_ = SearchSession::create(*this, sessionEnvironment());
     MainQueue& queue = application_.mainQueue();
     if (request_.entersHistory) queue.postAfter(kHistoryDelay, [this] { noteInHistory(); });
-    if (progress_->isPossible()) queue.postAfter(kProgressDelay, [this] { drawProgress(); });
+    if (progress_.isPossible()) queue.postAfter(kProgressDelay, [this] { drawProgress(); });
     session_->doSearch();
     if (!ended_) application_.mainQueue().run();
-    progress_->clear();
+    progress_.clear();
     printGathered();
     output_.flush();
     noteInHistory();
@@ -74,7 +72,7 @@ SearchSessionEnvironment FindRun::sessionEnvironment() {
     SearchPlan plan;
     plan.walk = request_.walk;
     plan.metadata = request_.metadata;
-    plan.showActivities = progress_->isPossible();
+    plan.showActivities = progress_.isPossible();
     plan.timing.grace = Seconds(0);
     SearchSessionTiming timing;
     timing.startSearchDelay = Seconds(0);
@@ -82,7 +80,7 @@ SearchSessionEnvironment FindRun::sessionEnvironment() {
     timing.flushInterval = Seconds(0);
     std::function<void(const std::string&)> addQueryToHistory;
     if (request_.entersHistory) addQueryToHistory = [this](const std::string& line) { historyLine_ = line; };
-    searchEnvironment_.emplace(application_.searchEnvironment(plan));
+    searchEnvironment_ = std::make_unique<SearchEnvironment>(application_.searchEnvironment(plan));
     return {*searchEnvironment_, application_.queryEnvironment(), std::move(addQueryToHistory), timing};
 }
 
@@ -109,7 +107,7 @@ void FindRun::searchHasStarted(const Query& query) {
             style.markedWords.push_back(text::lowered(word));
         }
     }
-    printer_.emplace(output_, std::move(style));
+    printer_ = std::make_unique<ResultPrinter>(output_, std::move(style));
     if (!request_.countOnly) printer_->printHeader();
     onlyFilters_ = !query->isWordBasedSearch() && query->suppliedDataSources().empty();
     if (!query->unusedCommandAreaWords().empty()) {
@@ -121,7 +119,7 @@ void FindRun::searchHasStarted(const Query& query) {
 
 void FindRun::addResults(std::vector<SearchResult> results, const Query&) {
     if (ended_ || results.empty()) return;
-    progress_->clear();
+    progress_.clear();
     const bool areFirst = !firstResult_;
     if (areFirst) firstResult_ = application_.clock().steadyNow();
     take(results);
@@ -161,7 +159,7 @@ void FindRun::flushSoon() {
 }
 
 void FindRun::flushNow() {
-    progress_->clear();
+    progress_.clear();
     output_.flush();
     if (!output_.isOpen()) stop();
 }
@@ -209,7 +207,7 @@ void FindRun::noteInHistory() {
         application_.noteLaunch();
         application_.history().addQuery(line);
     } catch (const Error& error) {
-        progress_->clear();
+        progress_.clear();
         complain(std::string("the line is not in the history: ") + error.what());
     }
 }
@@ -223,8 +221,8 @@ void FindRun::drawProgress() {
         const ActivityItem::Texts texts = items.back()->texts();
         text = texts.leftText + (texts.rightText.empty() ? "" : ": " + texts.rightText);
     }
-    progress_->show(fmt::format("{} - {} entries in {} folders, {} found", text, counters.entries.load(),
-                                counters.directories.load(), found_));
+    progress_.show(fmt::format("{} - {} entries in {} folders, {} found", text, counters.entries.load(),
+                               counters.directories.load(), found_));
     application_.mainQueue().postAfter(kProgressInterval, [this] { drawProgress(); });
 }
 
@@ -236,7 +234,7 @@ void FindRun::printGathered() {
         output_.append('\n');
         return;
     }
-    if (gathered_.empty()) return;
+    if (!request_.sort) return;
     sortResults(gathered_, *request_.sort, request_.reverse);
     if (request_.limit && gathered_.size() > static_cast<std::size_t>(*request_.limit)) {
         gathered_.resize(static_cast<std::size_t>(*request_.limit));

@@ -62,9 +62,9 @@ class FindRun : private SearchSessionView {
     std::condition_variable answered_;
     bool allDone_ = false;  // under mutex_
 
-    std::optional<SearchEnvironment> searchEnvironment_;
-    std::optional<ResultPrinter> printer_;
-    std::optional<ProgressLine> progress_;
+    std::unique_ptr<SearchEnvironment> searchEnvironment_;
+    std::unique_ptr<ResultPrinter> printer_;
+    ProgressLine progress_;
     std::vector<SearchResult> gathered_;  // with a sort column
     std::optional<std::string> historyLine_;
     std::optional<SteadyTime> firstResult_;

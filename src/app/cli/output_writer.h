@@ -41,7 +41,7 @@ class OutputWriter {
     int errorNumber() const { return errorNumber_; }
 
   private:
-    static constexpr std::size_t kCapacity = 64 * 1024;
+    static constexpr std::size_t kCapacity = 65536;
 
     void write(std::string_view bytes);
 

@@ -48,7 +48,7 @@ class ResultPrinter {
     OutputWriter& output_;
     PrintStyle style_;
     std::string scratch_;
-    LocalDates dates_;
+    text::ShortDates dates_;
 };
 
 }  // namespace kestrix::cli
