@@ -77,7 +77,8 @@ std::string explanationInWords(const QueryContainer& query) {
     addWords(query, facts);
     addCommands(query, facts);
     facts.add("Not known as a command", listed(query.unusedCommandAreaWords()));
-    facts.add("Known, but without meaning here", listed(query.invalidCommandAreaWords()));
+    facts.add("Known, but without meaning here",
+              listed(without(query.invalidCommandAreaWords(), query.unusedCommandAreaWords())));
     if (query.isEmpty()) {
         facts.say("There is nothing to look for.");
     } else if (!query.isWordBasedSearch()) {
