@@ -1,6 +1,16 @@
 #include "app/application.h"
 
+#include <cstdlib>
+
+#include "base/error.h"
 #include "files/ignore_items.h"
+#include "language/commands/date_command_factory.h"
+#include "language/commands/folder_commands.h"
+#include "language/commands/regex_command.h"
+#include "language/commands/simple_factories.h"
+#include "language/commands/size_command.h"
+#include "language/vocabulary.h"
+#include "search/known_directories_search.h"
 #include "search/metadata_search.h"
 
 namespace kestrix {
@@ -11,6 +21,28 @@ template <typename Service, typename... Arguments>
 Service& lazily(std::unique_ptr<Service>& place, Arguments&&... arguments) {
     if (!place) place = std::make_unique<Service>(std::forward<Arguments>(arguments)...);
     return *place;
+}
+
+// In the order in which they are asked: the first that knows a command makes it. What they refer to outlives
+// the language.
+std::vector<std::shared_ptr<const CommandFactory>> commandFactories(
+    const Clock& clock, const UTIAssistant& typeNames, KnownDirectoriesFactory::Favourites favourites) {
+    return {std::make_shared<CaseSensitiveFactory>(),
+            std::make_shared<DateCommandCreator>(clock),
+            std::make_shared<ExcludeFolderFactory>(),
+            std::make_shared<ExtensionCommandFactory>(),
+            std::make_shared<FileOrFolderCommandFactory>(),
+            std::make_shared<InsideCommandFactory>(),
+            std::make_shared<KnownDirectoriesFactory>(std::move(favourites)),
+            std::make_shared<LabelCommandFactory>(),
+            std::make_shared<NameLengthCommandFactory>(),
+            std::make_shared<PathLengthCommandFactory>(),
+            std::make_shared<MaxDepthFactory>(),
+            std::make_shared<RegexCommandFactory>(),
+            std::make_shared<SizeCommandFactory>(),
+            std::make_shared<ShowAllFilesFactory>(),
+            std::make_shared<UTICommandFactory>(typeNames),
+            std::make_shared<WholeWordsFactory>()};
 }
 
 }  // namespace
@@ -61,13 +93,43 @@ DiskInfoManager& Application::disks() {
     return lazily(disks_, options_.mounts, mainQueue_);
 }
 
+const FileTypes& Application::fileTypes() {
+    return lazily(fileTypes_);
+}
+
+const UTIAssistant& Application::typeNames() {
+    return lazily(typeNames_, fileTypes());
+}
+
+LabelTagManager& Application::tags() {
+    return lazily(tags_, preferences());
+}
+
+// Lines are parsed on any thread, so the services behind the lookups are made here and now.
+VariableLookups Application::variableLookups() {
+    VariableLookups lookups;
+    lookups.favouriteFolders = [&favourites = favoriteFolders()] { return favourites.keyFolderPairs(); };
+    lookups.knownTags = [&known = tags()] { return known.tagsForDisplay(); };
+    return lookups;
+}
+
 const LanguageParse& Application::language() {
-    return lazily(language_);
+    if (language_) return *language_;
+    const std::string sentences = sentencesInForce();
+    const VariableLookups lookups = variableLookups();
+    try {
+        language_ = std::make_unique<LanguageParse>(makeVocabulary(
+            sentences, commandFactories(clock(), typeNames(), lookups.favouriteFolders), lookups));
+    } catch (const Error& fault) {
+        const char* const path = std::getenv("KESTRIX_SENTENCES");
+        throw Error("Vocabulary", fault.code(), std::string(path ? path : "sentences") + ", " + fault.what());
+    }
+    return *language_;
 }
 
 HistoryController& Application::history() {
-    const auto holdsCommands = [query = queryEnvironment()](const std::string& text) {
-        return !QueryContainer(text, std::nullopt, false, query).commandsFoundInQuery().empty();
+    const auto holdsCommands = [this](const std::string& text) {
+        return !QueryContainer(text, std::nullopt, false, queryEnvironment()).commandsFoundInQuery().empty();
     };
     return lazily(history_, preferences(), notifications(), holdsCommands, options_.clock);
 }
@@ -92,7 +154,9 @@ QueryEnvironment Application::queryEnvironment() {
 SearchEnvironment Application::searchEnvironment(const SearchPlan& plan) {
     const WalkEnvironment walk{disks(), plan.showActivities ? &activities() : nullptr, &walkCounters_};
     SearchEnvironment::Makers makers;
-    makers.commandBasedDataSources = [] { return SearchDataSources(); };
+    makers.commandBasedDataSources = [] {
+        return SearchDataSources{std::make_shared<KnownDirectoriesSearch>()};
+    };
     makers.standardSources = [plan, walk] {
         SearchDataSources sources;
         if (plan.walk) sources.push_back(std::make_shared<FileSystemSearch>(walk));

@@ -11,8 +11,12 @@
 #include "base/main_queue.h"
 #include "base/notification_center.h"
 #include "files/disks.h"
+#include "language/label_tag_manager.h"
 #include "language/language_parse.h"
 #include "language/query_container.h"
+#include "language/uti_assistant.h"
+#include "language/variables.h"
+#include "platform/file_types.h"
 #include "platform/mounts.h"
 #include "platform/settings_store.h"
 #include "platform/user_folders.h"
@@ -72,12 +76,19 @@ class Application {
     GuruMeditation& failures();
     ActivityController& activities();
     DiskInfoManager& disks();
+    const FileTypes& fileTypes();
+    const UTIAssistant& typeNames();
+    LabelTagManager& tags();
+    // What the sentences ask of the application: favourites, tags and scripts.
+    VariableLookups variableLookups();
+    // Throws Error that names the line if KESTRIX_SENTENCES names a file of sentences with a fault in it.
     const LanguageParse& language();
     HistoryController& history();
     RecentItems& recentItems();
     RecentLocations& recentLocations();
     FavoriteFolders& favoriteFolders();
 
+    // Makes the language, see above.
     QueryEnvironment queryEnvironment();
     WalkCounters& walkCounters() { return walkCounters_; }
     SearchEnvironment searchEnvironment(const SearchPlan& plan);
@@ -103,11 +114,14 @@ class Application {
     std::unique_ptr<GuruMeditation> failures_;
     std::unique_ptr<ActivityController> activities_;
     std::unique_ptr<DiskInfoManager> disks_;
-    std::unique_ptr<LanguageParse> language_;
-    std::unique_ptr<HistoryController> history_;
     std::unique_ptr<RecentItems> recentItems_;
     std::unique_ptr<RecentLocations> recentLocations_;
     std::unique_ptr<FavoriteFolders> favoriteFolders_;
+    std::unique_ptr<FileTypes> fileTypes_;
+    std::unique_ptr<UTIAssistant> typeNames_;
+    std::unique_ptr<LabelTagManager> tags_;
+    std::unique_ptr<LanguageParse> language_;
+    std::unique_ptr<HistoryController> history_;
 };
 
 }  // namespace kestrix

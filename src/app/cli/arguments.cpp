@@ -2,30 +2,12 @@
 
 #include <algorithm>
 #include <charconv>
-#include <numeric>
 
 #include "app/cli/display_text.h"
+#include "language/suggestions.h"
 
 namespace kestrix::cli {
 namespace {
-
-// Letters put in, left out, replaced, or swapped with a neighbour.
-std::size_t editDistance(std::string_view a, std::string_view b) {
-    std::vector<std::size_t> twoAbove, above(b.size() + 1), row(b.size() + 1);
-    std::iota(above.begin(), above.end(), std::size_t{0});
-    for (std::size_t i = 1; i <= a.size(); ++i) {
-        row[0] = i;
-        for (std::size_t j = 1; j <= b.size(); ++j) {
-            const std::size_t replaced = above[j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1);
-            row[j] = std::min({replaced, above[j] + 1, row[j - 1] + 1});
-            const bool swapped = i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1];
-            if (swapped) row[j] = std::min(row[j], twoAbove[j - 2] + 1);
-        }
-        twoAbove = above;
-        above = row;
-    }
-    return above.back();
-}
 
 template <typename Specs>
 void appendNames(std::vector<std::string_view>& names, const Specs& specs) {

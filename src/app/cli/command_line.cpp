@@ -23,6 +23,8 @@ struct Runner {
 constexpr std::array kRunners = {
     Runner{"find", runFind},
     Runner{"explain", runExplain},
+    Runner{"complete", runComplete},
+    Runner{"tag", runTag},
     Runner{"settings", runSettings},
     Runner{"history", runHistory},
     Runner{"favourites", runFavourites},

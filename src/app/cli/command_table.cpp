@@ -75,6 +75,7 @@ constexpr std::array kSettingsOptions = {
 };
 constexpr std::array kHelpOptions = {
     OptionSpec{.name = "man", .help = "print the manual page (roff)"},
+    OptionSpec{.name = "language", .help = "print the description of the query language (Markdown)"},
 };
 
 constexpr std::array kSettingsActions = {
@@ -109,6 +110,12 @@ constexpr std::array kLogActions = {
     ActionSpec{"show", "", 0, 0, "today's log"},
     ActionSpec{"path", "", 0, 0, "where the log is"},
 };
+constexpr std::array kTagActions = {
+    ActionSpec{"list", "PATH", 1, 1, "the tags of a file or folder"},
+    ActionSpec{"set", "PATH [TAG...]", 1, ActionSpec::kAnyNumber, "give it these tags and no others"},
+    ActionSpec{"add", "PATH TAG...", 2, ActionSpec::kAnyNumber, "give it these tags as well"},
+    ActionSpec{"remove", "PATH TAG...", 2, ActionSpec::kAnyNumber, "take these tags from it"},
+};
 constexpr std::array kCompletionActions = {
     ActionSpec{kShells[0], "", 0, 0, "for bash"},
     ActionSpec{kShells[1], "", 0, 0, "for zsh"},
@@ -129,6 +136,8 @@ constexpr std::array kCommands = {
             "word, in any case and order. \"a OR b\" finds either, \"-word\" leaves names with that word "
             "out, "
             "\"word*\" and \"*word\" stand at the beginning and the end, and quotes keep a phrase together. "
+            "Behind a colon stand sentences: \": bigger than 10mb modified in 2016\"; "
+            "kestrix help --language lists them all. "
             "Results are printed as they are found, unless --sort is given. The kind of a folder is "
             "\"Folder\"; that of a file is its extension in capitals and \"file\". In the long form a line "
             "is "
@@ -136,14 +145,30 @@ constexpr std::array kCommands = {
         .example = "kestrix find 'report 2016 -draft' --in ~/Documents --sort modified --reverse --limit 20",
         .options = kFindOptions,
         .takesWords = true},
-    CommandSpec{
-        .name = "explain",
-        .operands = "LINE...",
-        .summary = "show how a line is read",
-        .description = "Nothing is searched for. Use it when a line finds other things than you meant.",
-        .example = "kestrix explain 'report OR letter -draft'",
-        .options = kExplainOptions,
-        .takesWords = true},
+    CommandSpec{.name = "explain",
+                .operands = "LINE...",
+                .summary = "show how a line is read",
+                .description =
+                    "Nothing is searched for. Use it when a line finds other things than you meant. Words "
+                    "that are not understood are shown with the sentence that is nearest to them.",
+                .example = "kestrix explain 'report -draft : bigger than 10mb'",
+                .options = kExplainOptions,
+                .takesWords = true},
+    CommandSpec{.name = "complete",
+                .operands = "LINE",
+                .summary = "show how the beginning of a line can go on",
+                .description = "One word a line, the most usual first. The last word counts as half typed "
+                               "unless a blank stands behind it. The completions of the shells ask here.",
+                .example = "kestrix complete 'report : mod'",
+                .options = kListOptions,
+                .takesWords = true},
+    CommandSpec{.name = "tag",
+                .summary = "the tags of a file or folder",
+                .description = "They are kept in the extended attribute user.xdg.tags, where other programs "
+                               "look for them, too. A tag may hold blanks, but no comma.",
+                .example = "kestrix tag add holiday.jpg red \"to print\"",
+                .options = kListOptions,
+                .actions = kTagActions},
     CommandSpec{.name = "settings",
                 .summary = "read and change the settings",
                 .description =

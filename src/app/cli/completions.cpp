@@ -39,6 +39,11 @@ std::string actionNames(const CommandSpec& command) {
     return joined(names);
 }
 
+// Whether its words are a line of the query language.
+bool isLine(const CommandSpec& command) {
+    return command.name == "find" || command.name == "explain";
+}
+
 // For the inside of single quotes in every shell.
 std::string quotable(std::string_view text) {
     std::string safe;
@@ -61,6 +66,37 @@ std::string bashValues() {
     return cases;
 }
 
+// The options of find and explain that take a value, as alternatives of a pattern: their values are no part
+// of the line.
+std::string optionsWithValues() {
+    std::vector<std::string> names;
+    for (const OptionSpec& option : commandNamed("find")->options) {
+        if (option.kind != ValueKind::none) names.push_back("--" + std::string(option.name));
+    }
+    return fmt::format("{}", fmt::join(names, "|"));
+}
+
+// The words of find and explain so far go to `kestrix complete` as one line. A line in quotes is one word to
+// the shell: then what stands before its last blank is put back before each answer.
+std::string bashLine() {
+    return fmt::format(R"(_kestrix_line() {{
+    local line='' text i word=${{COMP_WORDS[COMP_CWORD]#[\'\"]}}
+    for ((i = $1 + 1; i < COMP_CWORD; i++)); do
+        text=${{COMP_WORDS[i]}}
+        case $text in
+        {}) ((i++));;
+        --*) ;;
+        [\'\"]*[\'\"]) line+="${{text:1:${{#text}}-2}} ";;
+        *) line+="$text ";;
+        esac
+    done
+    mapfile -t COMPREPLY < <("${{COMP_WORDS[0]}}" complete -- "$line$word" 2>/dev/null)
+    [[ $word != *' '* ]] || COMPREPLY=("${{COMPREPLY[@]/#/${{word% *}} }}")
+}}
+)",
+                       optionsWithValues());
+}
+
 std::string bashCompletion() {
     std::string commands;
     for (const CommandSpec& command : allCommands()) {
@@ -73,7 +109,7 @@ std::string bashCompletion() {
             fmt::format("        {}) actions='{}'; options='{}';;\n", command.name, actions, joined(words));
     }
     return fmt::format(R"(# bash completion of kestrix
-_kestrix() {{
+{4}_kestrix() {{
     local word=${{COMP_WORDS[COMP_CWORD]}} before=${{COMP_WORDS[COMP_CWORD-1]}} command='' place=0 i
     local actions='{0}' options='{1}'
     COMPREPLY=()
@@ -90,6 +126,10 @@ _kestrix() {{
     case $word in
     -*) COMPREPLY=($(compgen -W "$options" -- "$word"));;
     *)
+        if [[ $command == find || $command == explain ]]; then
+            _kestrix_line $place
+            ((${{#COMPREPLY[@]}} == 0)) || return
+        fi
         if [[ $place == 0 || $COMP_CWORD == $((place + 1)) ]]; then
             COMPREPLY=($(compgen -W "$actions" -- "$word"))
         else
@@ -99,7 +139,8 @@ _kestrix() {{
 }}
 complete -o filenames -o bashdefault -F _kestrix kestrix
 )",
-                       commandNames(), joined(optionWords(globalOptions())), commands, bashValues());
+                       commandNames(), joined(optionWords(globalOptions())), commands, bashValues(),
+                       bashLine());
 }
 
 // The brackets and colons of zsh's option descriptions cannot stand in a text.
@@ -136,12 +177,21 @@ std::string zshCompletion() {
         if (!command.built) continue;
         commands += fmt::format("        '{}:{}'\n", command.name, zshText(command.summary));
         const std::string actions = command.name == "help" ? commandNames() : actionNames(command);
-        const std::string first =
-            actions.empty() ? "'*: :_files'" : fmt::format("'1: :({})' '*: :_files'", actions);
+        const std::string first = isLine(command)   ? "'*: :_kestrix_line'"
+                                  : actions.empty() ? "'*: :_files'"
+                                                    : fmt::format("'1: :({})' '*: :_files'", actions);
         cases += fmt::format("        {}) _arguments{}{} \\\n            {};;\n", command.name,
                              zshOptions(command.options), zshOptions(globalOptions()), first);
     }
-    return fmt::format(R"(#compdef kestrix
+    return fmt::format(R"zsh(#compdef kestrix
+_kestrix_line() {{
+    local -a found typed
+    typed=(${{(Q)${{(@)words[2,CURRENT-1]:#--*}}}})
+    found=(${{(f)"$(kestrix complete -- "$typed ${{(Q)PREFIX}}" 2>/dev/null)"}})
+    if (( ! $#found )); then _files; return; fi
+    [[ $PREFIX == *' '* ]] && found=("${{(@)found/#/${{PREFIX% *}} }}")
+    compadd -U -- "${{(@)found}}"
+}}
 _kestrix() {{
     local -a commands
     local context state line
@@ -157,9 +207,20 @@ _kestrix() {{
     esac
 }}
 if [ "$funcstack[1]" = _kestrix ]; then _kestrix "$@"; else compdef _kestrix kestrix; fi
-)",
+)zsh",
                        commands, zshOptions(globalOptions()), cases);
 }
+
+// fish hands over the words before the half-typed one without the command and its subcommand.
+constexpr std::string_view kFishLine = R"(function __kestrix_line
+    set -l words (string match -v -- '--*' (commandline -opc)[3..-1])
+    set -l token (string replace -r -- '^[\'"]' '' (commandline -ct))
+    set -l head (string match -r -- '^.* ' $token)
+    for word in (kestrix complete -- (string join ' ' -- $words $token) 2>/dev/null)
+        echo -- $head$word
+    end
+end
+)";
 
 std::string fishOption(const OptionSpec& option, const std::string& condition) {
     std::string line = "complete -c kestrix" + condition + " -l " + std::string(option.name);
@@ -171,7 +232,7 @@ std::string fishOption(const OptionSpec& option, const std::string& condition) {
 }
 
 std::string fishCompletion() {
-    std::string text = "# fish completion of kestrix\n";
+    std::string text = "# fish completion of kestrix\n" + std::string(kFishLine);
     for (const OptionSpec& option : globalOptions())
         text += fishOption(option, "");
     for (const CommandSpec& command : allCommands()) {
@@ -181,6 +242,7 @@ std::string fishCompletion() {
         const std::string seen = fmt::format("__fish_seen_subcommand_from {}", command.name);
         for (const OptionSpec& option : command.options)
             text += fishOption(option, " -n '" + seen + "'");
+        if (isLine(command)) text += fmt::format("complete -c kestrix -n '{}' -a '(__kestrix_line)'\n", seen);
         const std::string actions = command.name == "help" ? commandNames() : actionNames(command);
         for (const ActionSpec& action : command.actions) {
             text += fmt::format(

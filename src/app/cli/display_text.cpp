@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "app/cli/environment.h"
 #include "base/text.h"
 #include "platform/standard_streams.h"
 
@@ -55,6 +56,10 @@ void complain(std::string_view message) {
     appendSafely(line, message);
     line += '\n';
     writeTo(StandardStream::error, line);
+}
+
+bool colourIsWelcome() {
+    return environmentValue("NO_COLOR").empty() && environmentValue("TERM") != "dumb";
 }
 
 Stretches stretchesOf(std::string_view name, const std::vector<std::string>& loweredWords) {

@@ -21,6 +21,9 @@ std::string inQuotes(std::string_view bytes);
 // is made safe.
 void complain(std::string_view message);
 
+// Whether what is printed on a terminal may be coloured.
+bool colourIsWelcome();
+
 // Where any of the words stands in `name`, case ignored: sorted stretches (begin, end) in bytes, none
 // touching the next. The words are in lower case.
 using Stretches = std::vector<std::pair<std::size_t, std::size_t>>;

@@ -2,13 +2,15 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <iterator>
 
 #include "app/cli/display_text.h"
-#include "app/cli/environment.h"
 #include "base/error.h"
 #include "base/text.h"
+#include "language/commands/regex_command.h"
+#include "language/suggestions.h"
 #include "platform/system_info.h"
 
 namespace kestrix::cli {
@@ -25,10 +27,6 @@ constexpr Seconds kHistoryDelay = Seconds(0.05);
 // How long an interrupted search may take to end in order. It takes longer only when a write to standard
 // output is stuck in a full pipe.
 constexpr Seconds kInterruptPatience = Seconds(2);
-
-bool colourIsWelcome() {
-    return environmentValue("NO_COLOR").empty() && environmentValue("TERM") != "dumb";
-}
 
 // 130 for Ctrl-C, as shells count.
 int exitCodeOf(int signal) {
@@ -60,6 +58,7 @@ int FindRun::run() {
     printGathered();
     output_.flush();
     noteInHistory();
+    noteSlowPatterns();
     if (request_.stats) printStats();
     const int code = exitCode();
     std::lock_guard hold(mutex_);
@@ -109,11 +108,34 @@ void FindRun::searchHasStarted(const Query& query) {
     }
     printer_ = std::make_unique<ResultPrinter>(output_, std::move(style));
     if (!request_.countOnly) printer_->printHeader();
-    onlyFilters_ = !query->isWordBasedSearch() && query->suppliedDataSources().empty();
-    if (!query->unusedCommandAreaWords().empty()) {
-        complain("not understood as a command: " +
-                 inQuotes(query->unusedCommandAreaWords().front().textOriginalCase) +
-                 "; kestrix explain shows how the line is read");
+    const Commands& commands = query->commandsFoundInQuery();
+    onlyFilters_ = !query->isWordBasedSearch() &&
+                   std::all_of(commands.begin(), commands.end(),
+                               [](const auto& command) { return command->commandIsOnlyAFilter(); });
+    query_ = query;
+    noteWhatIsNotUnderstood(*query);
+}
+
+// The first stretch only: one line does not make a correction, and explain has them all.
+void FindRun::noteWhatIsNotUnderstood(const QueryContainer& query) {
+    const auto stretches = unknownStretches(query, application_.language());
+    if (stretches.empty()) return;
+    const UnknownStretch& first = stretches.front();
+    notedUnknownWords_ = true;
+    complain((first.isKnownSentence ? "without meaning as a command: " : "not understood as a command: ") +
+             inQuotes(asTyped(first.words)) +
+             (first.suggestion ? "; did you mean " + inQuotes(*first.suggestion) + "?"
+                               : "; kestrix explain shows how the line is read"));
+}
+
+// A name that was given up is one that the pattern may well match, so the user is told.
+void FindRun::noteSlowPatterns() {
+    if (!query_) return;
+    for (const auto& command : query_->commandsFoundInQuery()) {
+        const auto* const pattern = dynamic_cast<const RegexCommand*>(command.get());
+        if (!pattern || !pattern->exceededItsBound()) continue;
+        complain("the pattern " + inQuotes(pattern->regex()) +
+                 " takes too long on some names; these count as not matched");
     }
 }
 
@@ -168,8 +190,9 @@ void FindRun::searchesHaveCompleted(const Query&) {
     end();
 }
 
-void FindRun::queryIsEmpty(const Query&) {
+void FindRun::queryIsEmpty(const Query& query) {
     emptyQuery_ = true;
+    if (query) noteWhatIsNotUnderstood(*query);
     end();
 }
 
@@ -265,7 +288,7 @@ void FindRun::printStats() {
 int FindRun::exitCode() {
     if (interruptedBy_ != 0) return exitCodeOf(interruptedBy_);
     if (emptyQuery_) {
-        complain("nothing to look for: the line is empty; give at least one word");
+        if (!notedUnknownWords_) complain("nothing to look for: the line is empty; give at least one word");
         return kExitNothing;
     }
     if (found_ == 0 && onlyFilters_) {

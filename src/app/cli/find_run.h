@@ -50,6 +50,8 @@ class FindRun : private SearchSessionView {
     void drawProgress();
     void printGathered();
     void printStats();
+    void noteWhatIsNotUnderstood(const QueryContainer& query);
+    void noteSlowPatterns();
     int exitCode();
 
     CommandContext& context_;
@@ -65,6 +67,7 @@ class FindRun : private SearchSessionView {
     std::unique_ptr<SearchEnvironment> searchEnvironment_;
     std::unique_ptr<ResultPrinter> printer_;
     ProgressLine progress_;
+    Query query_;
     std::vector<SearchResult> gathered_;  // with a sort column
     std::optional<std::string> historyLine_;
     std::optional<SteadyTime> firstResult_;
@@ -72,6 +75,7 @@ class FindRun : private SearchSessionView {
     bool ended_ = false;
     bool emptyQuery_ = false;
     bool onlyFilters_ = false;
+    bool notedUnknownWords_ = false;
     bool flushIsDue_ = false;
 
     // Declared last: their threads end before anything they use.

@@ -7,6 +7,7 @@
 #include <cctype>
 
 #include "app/cli/commands.h"
+#include "app/cli/language_help.h"
 
 namespace kestrix::cli {
 namespace {
@@ -171,6 +172,7 @@ std::string manualPage(std::string_view version) {
     text += ".SH ENVIRONMENT\n";
     text += roffItem("KESTRIX_HOME", "a folder that holds the settings, the data and the log");
     text += roffItem("KESTRIX_LOG", "1: write what happens to the log");
+    text += roffItem("KESTRIX_SENTENCES", "a file of sentences in place of those that the program ships");
     text += roffItem("NO_COLOR", "set to anything: mark nothing on a terminal");
     return text;
 }
@@ -178,6 +180,10 @@ std::string manualPage(std::string_view version) {
 int runHelp(const Arguments& arguments, CommandContext& context) {
     if (arguments.has("man")) {
         context.output.append(manualPage(context.application.options().version));
+        return kExitFound;
+    }
+    if (arguments.has("language")) {
+        context.output.append(languageHelp());
         return kExitFound;
     }
     if (arguments.words.empty()) {
