@@ -129,7 +129,9 @@ const LanguageParse& Application::language() {
 
 HistoryController& Application::history() {
     const auto holdsCommands = [this](const std::string& text) {
-        return !QueryContainer(text, std::nullopt, false, queryEnvironment()).commandsFoundInQuery().empty();
+        return !QueryContainer(text, std::nullopt, false, queryEnvironment(text))
+                    .commandsFoundInQuery()
+                    .empty();
     };
     return lazily(history_, preferences(), notifications(), holdsCommands, options_.clock);
 }
@@ -146,8 +148,9 @@ FavoriteFolders& Application::favoriteFolders() {
     return lazily(favoriteFolders_, preferences(), notifications(), folders().home);
 }
 
-QueryEnvironment Application::queryEnvironment() {
-    return {preferences(), language()};
+QueryEnvironment Application::queryEnvironment(std::string_view line) {
+    const bool needsLanguage = line.find(':') != std::string_view::npos || std::getenv("KESTRIX_SENTENCES");
+    return {preferences(), needsLanguage ? language() : noLanguage_};
 }
 
 // The makers may run on a background thread, so what they need is made here and now.

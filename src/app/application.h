@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/clock.h"
@@ -88,8 +89,9 @@ class Application {
     RecentLocations& recentLocations();
     FavoriteFolders& favoriteFolders();
 
-    // Makes the language, see above.
-    QueryEnvironment queryEnvironment();
+    // For this line. Makes the language only if it can hold sentences, or if the user brought a file of his
+    // own, whose faults are to be told at once.
+    QueryEnvironment queryEnvironment(std::string_view line);
     WalkCounters& walkCounters() { return walkCounters_; }
     SearchEnvironment searchEnvironment(const SearchPlan& plan);
 
@@ -120,6 +122,7 @@ class Application {
     std::unique_ptr<FileTypes> fileTypes_;
     std::unique_ptr<UTIAssistant> typeNames_;
     std::unique_ptr<LabelTagManager> tags_;
+    LanguageParse noLanguage_;
     std::unique_ptr<LanguageParse> language_;
     std::unique_ptr<HistoryController> history_;
 };

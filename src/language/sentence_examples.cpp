@@ -24,7 +24,7 @@ constexpr std::array<Sample, 18> kSamples = {{
     {"~day", "DAY", {"5", "9"}},
     {"~timeUnit", "UNIT", {"week", "month"}},
     {"~formattedDate", "DATE", {"2016-03-05", "2016-04-01"}},
-    {"~fixedNamedTimeRange", "today|yesterday|recent", {"today", "yesterday"}},
+    {"~fixedNamedTimeRange", "today|yesterday|recent|tomorrow", {"today", "yesterday"}},
     {"~file size", "SIZE", {"10mb", "20mb"}},
     {"~extension", ".EXTENSION", {".pdf", ".txt"}},
     {"~dateType", "[modified|created]", {"modified", "created"}},
@@ -102,7 +102,9 @@ std::string exampleOf(const SentenceTemplate& sentence) {
         }
         const std::size_t place = std::min<std::size_t>(seen[sample->variable]++, 1);
         const bool isName = sample->variable == "~string";
+        const bool isPlural = sample->variable == "~timeUnit" && seen.contains("~integer");
         appendWord(text, isName ? nameFor(sentence.command) : sample->examples.at(place));
+        if (isPlural) text += 's';
     }
     return text;
 }

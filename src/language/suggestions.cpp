@@ -14,13 +14,16 @@ using Words = std::span<const SentenceComponent>;
 // No sentence has more words, and a longer look costs time on every one of them.
 constexpr std::size_t kLongestLook = 10;
 
+// More words than this do not make a sentence less likely.
+constexpr std::size_t kFarthestUnknown = 4;
+
 // What each departure from a sentence costs; a wrong letter costs its share of the word. Found by trying: a
 // misspelt word must be cheaper than a missing one, and two missing words too much.
-constexpr double kWorstCost = 1.2;
+constexpr double kWorstCost = 1.5;
 constexpr double kMissingKeyword = 0.6;
 constexpr double kMissingValue = 0.5;
 constexpr double kStrayWord = 0.8;
-constexpr double kUnexplainedWord = 0.4;
+constexpr double kUnexplainedWord = 0.1;
 constexpr double kTypedValue = 0.05;
 
 // The share of wrong letters, if at most a third of them are wrong; short words must be right.
@@ -42,14 +45,15 @@ class Alignment {
         sentence_ = &sentence;
         goOn(0, 0, 0, false, {});
     }
-    const std::optional<std::string>& best() const { return best_; }
+    const std::optional<Suggestion>& best() const { return best_; }
 
   private:
     // `explains`: a keyword stands for one of the unknown words.
     void goOn(std::size_t place, std::size_t at, double cost, bool explains, const std::string& text) {
         if (cost >= bestCost_) return;
         if (place == sentence_->words.size()) return finish(at, cost, explains, text);
-        if (at < words_.size()) goOn(place, at + 1, cost + kStrayWord, explains, text);
+        const bool mayBeStray = at > 0 && at < words_.size();
+        if (mayBeStray) goOn(place, at + 1, cost + kStrayWord, explains, text);
         const std::string& word = sentence_->words[place];
         if (isVariable(word)) return goOnAtVariable(place, at, cost, explains, text);
         tryKeyword(word, place, at, cost, explains, text);
@@ -82,7 +86,7 @@ class Alignment {
         if (at < unknown_) cost += static_cast<double>(unknown_ - at) * kUnexplainedWord;
         if (!explains || cost >= bestCost_) return;
         bestCost_ = cost;
-        best_ = text;
+        best_ = {.text = text, .words = at, .isNew = false};
     }
 
     std::optional<std::size_t> countTakenBy(std::string_view variable, std::size_t at) const {
@@ -102,7 +106,7 @@ class Alignment {
     std::size_t unknown_;
     const SentenceTemplate* sentence_ = nullptr;
     double bestCost_ = kWorstCost;
-    std::optional<std::string> best_;
+    std::optional<Suggestion> best_;
 };
 
 }  // namespace
@@ -133,36 +137,42 @@ std::string asTyped(Words words) {
     return text;
 }
 
-std::optional<std::string> nearestSentence(const LanguageParse& language, Words words, std::size_t unknown) {
+std::optional<Suggestion> nearestSentence(const LanguageParse& language, Words words, std::size_t unknown) {
     words = words.first(std::min(words.size(), kLongestLook));
-    unknown = std::min(unknown, words.size());
-    Alignment alignment(language, words, unknown);
+    Alignment alignment(language, words, std::min({unknown, words.size(), kFarthestUnknown}));
     for (const SentenceTemplate& sentence : language.sentences())
         alignment.tryOne(sentence);
-    const auto& best = alignment.best();
-    const bool saysNothingNew = best && asTyped(words).starts_with(*best);
-    return saysNothingNew ? std::nullopt : best;
+    auto best = alignment.best();
+    if (best) best->isNew = asTyped(words.first(best->words)) != best->text;
+    return best;
 }
 
 std::vector<UnknownStretch> unknownStretches(const QueryContainer& query, const LanguageParse& language) {
-    const auto& all = query.allWords();
+    const Words all(query.allWords());
     const auto& invalid = query.invalidCommandAreaWords();
     const auto& unused = query.unusedCommandAreaWords();
     std::vector<UnknownStretch> stretches;
+    bool goesOn = false;  // the last stretch, which nothing mends
     for (std::size_t i = 0; i < all.size();) {
-        const std::size_t start = i;
-        bool isKnown = true;
-        for (; i < all.size() && containsSameWord(invalid, all[i]); ++i)
-            isKnown = isKnown && !containsSameWord(unused, all[i]);
-        if (i == start) {
+        std::size_t count = 0;
+        while (i + count < all.size() && containsSameWord(invalid, all[i + count]))
+            ++count;
+        if (count == 0) {
+            goesOn = false;
             ++i;
             continue;
         }
-        const Words rest = Words(all).subspan(start);
-        stretches.push_back({.words = {all.begin() + static_cast<std::ptrdiff_t>(start),
-                                       all.begin() + static_cast<std::ptrdiff_t>(i)},
-                             .isKnownSentence = isKnown,
-                             .suggestion = nearestSentence(language, rest, i - start)});
+        const bool isKnown = !containsSameWord(unused, all[i]);
+        const auto suggestion = nearestSentence(language, all.subspan(i), count);
+        const std::size_t taken = suggestion ? std::clamp<std::size_t>(suggestion->words, 1, count) : 1;
+        if (suggestion || !goesOn || stretches.back().isKnownSentence != isKnown)
+            stretches.push_back({.words = {}, .isKnownSentence = isKnown, .suggestion = {}});
+        auto& stretch = stretches.back();
+        stretch.words.insert(stretch.words.end(), all.begin() + static_cast<std::ptrdiff_t>(i),
+                             all.begin() + static_cast<std::ptrdiff_t>(i + taken));
+        if (suggestion && suggestion->isNew) stretch.suggestion = suggestion->text;
+        goesOn = !suggestion;
+        i += taken;
     }
     return stretches;
 }

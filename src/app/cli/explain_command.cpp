@@ -183,7 +183,7 @@ std::string explanationInWords(const QueryContainer& query, Application& applica
     if (!query.baseString().empty()) facts.add("Line", paintedLine(query, facts));
     addWords(query, facts);
     addCommands(query, application.clock(), facts);
-    addUnknown(query, application.language(), facts);
+    if (!query.invalidCommandAreaWords().empty()) addUnknown(query, application.language(), facts);
     const Commands& commands = query.commandsFoundInQuery();
     const bool hasSourceOfItsOwn = std::any_of(commands.begin(), commands.end(), [](const auto& command) {
         return command->commandStopsWordBasedSearches();
@@ -202,7 +202,7 @@ int runExplain(const Arguments& arguments, CommandContext& context) {
     if (arguments.words.empty())
         throw UsageError("explain needs a line, such as: kestrix explain 'report -draft'");
     const QueryContainer query(arguments.line(), std::nullopt, arguments.has("soundex"),
-                               context.application.queryEnvironment());
+                               context.application.queryEnvironment(arguments.line()));
     const bool coloured = isTerminal(StandardStream::output) && colourIsWelcome();
     context.output.append(arguments.has("json") ? explanationAsJson(query) + "\n"
                                                 : explanationInWords(query, context.application, coloured));

@@ -80,7 +80,8 @@ SearchSessionEnvironment FindRun::sessionEnvironment() {
     std::function<void(const std::string&)> addQueryToHistory;
     if (request_.entersHistory) addQueryToHistory = [this](const std::string& line) { historyLine_ = line; };
     searchEnvironment_ = std::make_unique<SearchEnvironment>(application_.searchEnvironment(plan));
-    return {*searchEnvironment_, application_.queryEnvironment(), std::move(addQueryToHistory), timing};
+    return {*searchEnvironment_, application_.queryEnvironment(request_.line), std::move(addQueryToHistory),
+            timing};
 }
 
 std::optional<SearchLocation> FindRun::locationFromPopupIndex() {
@@ -118,8 +119,8 @@ void FindRun::searchHasStarted(const Query& query) {
 
 // The first stretch only: one line does not make a correction, and explain has them all.
 void FindRun::noteWhatIsNotUnderstood(const QueryContainer& query) {
+    if (query.invalidCommandAreaWords().empty()) return;
     const auto stretches = unknownStretches(query, application_.language());
-    if (stretches.empty()) return;
     const UnknownStretch& first = stretches.front();
     notedUnknownWords_ = true;
     complain((first.isKnownSentence ? "without meaning as a command: " : "not understood as a command: ") +

@@ -183,7 +183,7 @@ int runHelp(const Arguments& arguments, CommandContext& context) {
         return kExitFound;
     }
     if (arguments.has("language")) {
-        context.output.append(languageHelp());
+        context.output.append(languageHelp(context.application.language()));
         return kExitFound;
     }
     if (arguments.words.empty()) {

@@ -95,15 +95,22 @@ std::string cell(std::string text) {
     return '`' + text + '`';
 }
 
-std::string rowText(const Row& row) {
+bool isBuilt(const std::string& command, const LanguageParse& language) {
+    const auto& factories = language.vocabulary().factories;
+    return std::any_of(factories.begin(), factories.end(),
+                       [&command](const auto& factory) { return factory->implementsCommand(command); });
+}
+
+std::string rowText(const Row& row, const LanguageParse& language) {
     SentenceTemplate shown = row.sentence;
     shown.words.front() = fmt::format("{}", fmt::join(row.beginnings, "|"));
     const std::string sentence =
         row.beginnings.size() > 1 ? shownSentence(shown) : shownSentence(row.sentence);
-    return fmt::format("| {} | {} |\n", cell(sentence), cell(": " + exampleOf(row.sentence)));
+    return fmt::format("| {} | {}{} |\n", cell(sentence), cell(": " + exampleOf(row.sentence)),
+                       isBuilt(row.sentence.command, language) ? "" : " *not there yet*");
 }
 
-std::string tables() {
+std::string tables(const LanguageParse& language) {
     std::string text;
     for (const Section& section : sections(shippedSentences())) {
         if (const std::string title = titleOf(section); !title.empty())
@@ -112,7 +119,7 @@ std::string tables() {
             text += paragraph + "\n\n";
         text += "| You say | For example |\n|---|---|\n";
         for (const Row& row : section.rows)
-            text += rowText(row);
+            text += rowText(row, language);
         text += '\n';
     }
     return text;
@@ -120,12 +127,12 @@ std::string tables() {
 
 }  // namespace
 
-std::string languageHelp() {
+std::string languageHelp(const LanguageParse& language) {
     constexpr std::string_view kMark = "<!-- sentences -->\n\n";
     const std::string_view introduction = queryLanguageIntroduction();
     const std::size_t at = std::min(introduction.find(kMark), introduction.size());
     std::string text(introduction.substr(0, at));
-    text += tables();
+    text += tables(language);
     if (at < introduction.size()) text += introduction.substr(at + kMark.size());
     return text;
 }
