@@ -14,6 +14,9 @@ using Words = std::span<const SentenceComponent>;
 // No sentence has more words, and a longer look costs time on every one of them.
 constexpr std::size_t kLongestLook = 10;
 
+// A look takes about a millisecond, and a person mends one thing after the other.
+constexpr std::size_t kMostLooks = 20;
+
 // More words than this do not make a sentence less likely.
 constexpr std::size_t kFarthestUnknown = 4;
 
@@ -33,6 +36,17 @@ std::optional<double> nearness(std::string_view typed, std::string_view keyword)
     const std::size_t distance = editDistance(typed, keyword);
     if (distance > std::max<std::size_t>(typed.size() / 3, 1)) return std::nullopt;
     return static_cast<double>(distance) / static_cast<double>(typed.size());
+}
+
+// Which of the words stand in a part of them that keeps their order.
+std::vector<bool> marked(Words words, const SentenceComponents& part) {
+    std::vector<bool> marks(words.size());
+    auto next = part.begin();
+    for (std::size_t i = 0; i < words.size() && next != part.end(); ++i) {
+        marks[i] = words[i].isSameWord(*next);
+        if (marks[i]) ++next;
+    }
+    return marks;
 }
 
 // Lays one sentence along the typed words in every way that costs less than the best so far.
@@ -149,24 +163,25 @@ std::optional<Suggestion> nearestSentence(const LanguageParse& language, Words w
 
 std::vector<UnknownStretch> unknownStretches(const QueryContainer& query, const LanguageParse& language) {
     const Words all(query.allWords());
-    const auto& invalid = query.invalidCommandAreaWords();
-    const auto& unused = query.unusedCommandAreaWords();
+    const auto isInvalid = marked(all, query.invalidCommandAreaWords());
+    const auto isUnused = marked(all, query.unusedCommandAreaWords());
     std::vector<UnknownStretch> stretches;
     bool goesOn = false;  // the last stretch, which nothing mends
+    std::size_t looks = 0;
     for (std::size_t i = 0; i < all.size();) {
-        std::size_t count = 0;
-        while (i + count < all.size() && containsSameWord(invalid, all[i + count]))
-            ++count;
-        if (count == 0) {
+        if (!isInvalid[i]) {
             goesOn = false;
             ++i;
             continue;
         }
-        const bool isKnown = !containsSameWord(unused, all[i]);
-        const auto suggestion = nearestSentence(language, all.subspan(i), count);
+        const auto end =
+            std::find(isInvalid.begin() + static_cast<std::ptrdiff_t>(i), isInvalid.end(), false);
+        const auto count = static_cast<std::size_t>(end - isInvalid.begin()) - i;
+        std::optional<Suggestion> suggestion;
+        if (looks++ < kMostLooks) suggestion = nearestSentence(language, all.subspan(i), count);
         const std::size_t taken = suggestion ? std::clamp<std::size_t>(suggestion->words, 1, count) : 1;
-        if (suggestion || !goesOn || stretches.back().isKnownSentence != isKnown)
-            stretches.push_back({.words = {}, .isKnownSentence = isKnown, .suggestion = {}});
+        if (suggestion || !goesOn || stretches.back().isKnownSentence == isUnused[i])
+            stretches.push_back({.words = {}, .isKnownSentence = !isUnused[i], .suggestion = {}});
         auto& stretch = stretches.back();
         stretch.words.insert(stretch.words.end(), all.begin() + static_cast<std::ptrdiff_t>(i),
                              all.begin() + static_cast<std::ptrdiff_t>(i + taken));

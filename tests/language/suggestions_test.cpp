@@ -47,6 +47,8 @@ class SentencesTest : public testing::Test {
         auto commands = nlohmann::json::parse(explanationAsJson(query(line)))["commands"];
         if (commands.size() != 1) return nullptr;
         commands[0].erase("consumed");
+        // Excluding a folder is the same with quotes and without.
+        if (commands[0]["class"] == "ExcludeFolderCommand") commands[0].erase("completePathComponent");
         return commands[0];
     }
     // "words -> suggestion", one for each stretch; "=" for a sentence that is known.
@@ -80,8 +82,8 @@ TEST_F(SentencesTest, EveryExampleIsItsSentenceAndTheTextOfItsCommandReadsAsTheS
         const auto first = explained(example);
         ASSERT_FALSE(first.is_null()) << example;
         // "recent" moves on with the clock.
-        if (first["when"] == "recent") continue;
-        EXPECT_EQ(explained(": " + first["text"].get<std::string>()), first) << example;
+        if (first.value("when", "") == "recent") continue;
+        EXPECT_EQ(explained(": " + first.at("text").get<std::string>()), first) << example;
     }
     EXPECT_GT(commands, 150u);
 }
@@ -113,8 +115,8 @@ TEST_F(SentencesTest, EachMistakeOfALineIsToldByItself) {
 
 TEST_F(SentencesTest, ALineOfManyUnknownWordsIsAnswered) {
     std::string line = ":";
-    for (int i = 0; i < 300; ++i)
-        line += " bigger modifed betwen";
+    for (int i = 0; i < 50'000; ++i)
+        line += " xyzzy modifed";
     EXPECT_FALSE(remarks(line).empty());
 }
 
