@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace kestrix {
 
@@ -16,5 +17,9 @@ struct UserFolders {
     // not absolute has its usual place below $HOME.
     static UserFolders fromEnvironment();
 };
+
+// Where data of all programs is installed, the user's own folder first: $XDG_DATA_HOME, then $XDG_DATA_DIRS.
+// Not moved by $KESTRIX_HOME, as nothing of ours lies there.
+std::vector<std::string> sharedDataFolders();
 
 }  // namespace kestrix

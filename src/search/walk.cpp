@@ -192,6 +192,7 @@ class Walk::Worker {
         childNames_.clear();
         std::int64_t entries = 0;
         std::int64_t folders = 0;
+        const bool goesDeeper = childrenAreToBeEntered();
         DirectoryEntry entry;
         reader_.start(directory);
         while (reader_.next(entry)) {
@@ -201,7 +202,7 @@ class Walk::Worker {
             const bool isFolder = entry.type == EntryType::directory;
             if (matches(entry.name)) addResult(directory, entry.name, isFolder, diskKey);
             if (found_.size() >= kHandOverCount) handOver();
-            if (isFolder && ++folders && isToBeEntered(entry.name)) {
+            if (isFolder && ++folders && goesDeeper && isToBeEntered(entry.name)) {
                 childNames_.append(entry.name).push_back('\0');
             }
         }
@@ -236,6 +237,11 @@ class Walk::Worker {
         result.modDate = attributes.modified.seconds;
         result.creationDate = attributes.created.seconds;
         result.lastAccessDate = attributes.accessed.seconds;
+    }
+
+    // Whether the folders in `folder_` lie high enough.
+    bool childrenAreToBeEntered() const {
+        return !walk_.maxDepth_ || walk_.maxDepth_->letsEnter(path::components(folder_).size() + 1);
     }
 
     bool isToBeEntered(std::string_view name) {
@@ -312,7 +318,8 @@ Walk::Walk(Rules rules, const SearchDataSource& source, SearchDataSourceDelegate
       source_(source),
       handler_(handler),
       counters_(counters),
-      canceled_(canceled) {}
+      canceled_(canceled),
+      maxDepth_(rules_.query.commandOfType<MaxDepth>()) {}
 
 void Walk::run(DiskKey diskKey) {
     Worker(*this).readStart(diskKey);

@@ -12,6 +12,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "language/commands/simple_commands.h"
 #include "platform/directory.h"
 #include "search/file_system_search.h"
 
@@ -116,6 +117,7 @@ class Walk {
     SearchDataSourceDelegate& handler_;
     WalkCounters& counters_;
     const std::atomic<bool>& canceled_;
+    const std::shared_ptr<const MaxDepth> maxDepth_;  // or nullptr
     FolderQueue queue_;
 };
 

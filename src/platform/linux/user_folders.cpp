@@ -3,6 +3,7 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <string_view>
 #include <vector>
@@ -61,6 +62,19 @@ UserFolders UserFolders::fromEnvironment() {
     folders.settingsFile = path::join(baseFolder("XDG_CONFIG_HOME", ".config"), "kestrix/settings.json");
     folders.data = path::join(baseFolder("XDG_DATA_HOME", ".local/share"), "kestrix");
     folders.cache = path::join(baseFolder("XDG_CACHE_HOME", ".cache"), "kestrix");
+    return folders;
+}
+
+std::vector<std::string> sharedDataFolders() {
+    const std::string home = absoluteValue("HOME", "/");
+    std::vector<std::string> folders{absoluteValue("XDG_DATA_HOME", path::join(home, ".local/share"))};
+    const std::string value = environmentValue("XDG_DATA_DIRS");
+    std::string_view rest = value.empty() ? std::string_view("/usr/local/share:/usr/share") : value;
+    while (!rest.empty()) {
+        const std::string_view folder = rest.substr(0, rest.find(':'));
+        if (folder.starts_with('/')) folders.emplace_back(path::withoutTrailingSlash(folder));
+        rest.remove_prefix(std::min(rest.size(), folder.size() + 1));
+    }
     return folders;
 }
 

@@ -1,0 +1,140 @@
+#include "language/commands/folder_commands.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+#include "base/path.h"
+#include "base/text.h"
+#include "files/search_result.h"
+#include "language/commands/command_values.h"
+#include "language/typed_word.h"
+
+namespace kestrix {
+namespace {
+
+CommandApplyResult acceptIf(bool accepted) {
+    return accepted ? CommandApplyResult::accept : CommandApplyResult::exclude;
+}
+
+// Whether the path in lower case holds a lowered, composed text, which is empty nowhere. Plain ASCII is
+// searched as it is; beyond it an accent may be written in two ways.
+bool holds(std::string_view path, std::string_view wanted) {
+    if (wanted.empty()) return false;
+    if (text::isAscii(path)) return text::findIgnoringCase(path, wanted) != std::string::npos;
+    return text::composed(text::lowered(path)).find(wanted) != std::string::npos;
+}
+
+bool hasComponent(std::string_view path, std::string_view wanted) {
+    const std::string lowered = text::composed(text::lowered(path));
+    const auto components = path::components(lowered);
+    return std::ranges::find(components, wanted) != components.end();
+}
+
+}  // namespace
+
+InsideCommand::InsideCommand(std::string insidePath, bool completePathComponent)
+    : insidePath_(std::move(insidePath)),
+      completePathComponent_(completePathComponent),
+      composed_(text::composed(insidePath_)) {}
+
+std::string InsideCommand::commandToString() const {
+    return "inside " +
+           (completePathComponent_ ? typedInQuotes(insidePath_) : typedWithoutQuotes(insidePath_));
+}
+
+nlohmann::json InsideCommand::explainedFields() const {
+    return {{"insidePath", insidePath_}, {"completePathComponent", completePathComponent_}};
+}
+
+CommandApplyResult InsideCommand::commandImpApply(SearchResult& result, SearchDataSourceDelegate*,
+                                                  const QueryContainer&) {
+    return acceptIf(completePathComponent_ ? hasComponent(result.path, composed_)
+                                           : holds(path::parent(result.path), composed_));
+}
+
+std::shared_ptr<Command> InsideCommand::copy() const {
+    return std::make_shared<InsideCommand>(insidePath_, completePathComponent_);
+}
+
+ExcludeFolderCommand::ExcludeFolderCommand(std::string insidePath, bool completePathComponent)
+    : insidePath_(std::move(insidePath)),
+      completePathComponent_(completePathComponent),
+      composed_(text::composed(insidePath_)) {}
+
+// A dash of the text's own needs one more, as one is dropped.
+std::string ExcludeFolderCommand::commandToString() const {
+    return "excluding folder " + typedInQuotes((insidePath_.starts_with('-') ? "-" : "") + insidePath_);
+}
+
+nlohmann::json ExcludeFolderCommand::explainedFields() const {
+    return {{"insidePath", insidePath_}, {"completePathComponent", completePathComponent_}};
+}
+
+CommandApplyResult ExcludeFolderCommand::commandImpApply(SearchResult& result, SearchDataSourceDelegate*,
+                                                         const QueryContainer&) {
+    const std::string_view path = path::withoutTrailingSlash(result.path);
+    const std::size_t slash = path.rfind('/');
+    return acceptIf(slash == std::string_view::npos || !holds(path.substr(0, slash + 1), composed_));
+}
+
+std::shared_ptr<Command> ExcludeFolderCommand::copy() const {
+    return std::make_shared<ExcludeFolderCommand>(insidePath_, completePathComponent_);
+}
+
+std::string KnownDirectoriesCommand::commandToString() const {
+    return (shallow_ ? "directly in remembered " : "in remembered ") + typedWord(name_);
+}
+
+std::string KnownDirectoriesCommand::commandExample() const {
+    return shallow_ ? "directly in remembered **" : "in remembered **";
+}
+
+nlohmann::json KnownDirectoriesCommand::explainedFields() const {
+    return {{"directory", directory_ ? nlohmann::json(text::displayable(*directory_)) : nlohmann::json()},
+            {"shallow", shallow_}};
+}
+
+std::shared_ptr<Command> KnownDirectoriesCommand::copy() const {
+    return std::make_shared<KnownDirectoriesCommand>(*this);
+}
+
+void KnownDirectoriesCommand::commandImpQuerySearchArguments(QuerySearchArguments& arguments) const {
+    arguments.checkPathForResults = false;
+}
+
+std::shared_ptr<Command> InsideCommandFactory::create(const std::string& commandName,
+                                                      const CommandArguments& args,
+                                                      const CommandFlags&) const {
+    const auto* word = firstValue<SentenceComponent>(args);
+    if (!word || !implementsCommand(commandName)) return nullptr;
+    return std::make_shared<InsideCommand>(word->textLowered, word->wasInQuotes);
+}
+
+std::shared_ptr<Command> ExcludeFolderFactory::create(const std::string& commandName,
+                                                      const CommandArguments& args,
+                                                      const CommandFlags&) const {
+    const auto* word = firstValue<SentenceComponent>(args);
+    if (!word || !implementsCommand(commandName)) return nullptr;
+    std::string text = word->textLowered;
+    if (text.starts_with('-')) text.erase(0, 1);
+    return std::make_shared<ExcludeFolderCommand>(std::move(text), word->wasInQuotes);
+}
+
+std::shared_ptr<Command> KnownDirectoriesFactory::create(const std::string& commandName,
+                                                         const CommandArguments& args,
+                                                         const CommandFlags&) const {
+    const auto* directory = firstValue<std::string>(args);
+    if (!directory || !implementsCommand(commandName)) return nullptr;
+    return std::make_shared<KnownDirectoriesCommand>(*directory, nameOf(*directory),
+                                                     commandName == "rememberedShallow");
+}
+
+std::string KnownDirectoriesFactory::nameOf(const std::string& directory) const {
+    if (favourites_) {
+        for (const auto& [name, path] : favourites_())
+            if (path == directory) return name;
+    }
+    return text::lowered(path::lastComponent(directory));
+}
+
+}  // namespace kestrix
