@@ -1,6 +1,9 @@
 // Templates are always tried at the front of the words that are left, and a variable reads from that front,
 // so the words touched in one round are a first stretch of them, and what is left is always an end of the
 // input. Matching therefore moves along the input and copies no words.
+//
+// A template whose first keyword is another word touches nothing and matches nothing. Those that may match
+// are found by that keyword, so that the time for a line does not grow with the number of the others.
 #include "language/language_parse.h"
 
 #include <algorithm>
@@ -37,7 +40,35 @@ LanguageParse::LanguageParse(Vocabulary vocabulary) : vocabulary_(std::move(voca
             const auto found = vocabulary_.variableParsers.find(variableNameOf(word));
             parsers.push_back(found == vocabulary_.variableParsers.end() ? VariableParser() : found->second);
         }
+        const auto maker = std::find_if(
+            vocabulary_.factories.begin(), vocabulary_.factories.end(),
+            [&sentence](const auto& factory) { return factory->implementsCommand(sentence.command); });
+        makers_.push_back(maker == vocabulary_.factories.end() ? nullptr : maker->get());
     }
+    indexFirstWords();
+}
+
+void LanguageParse::indexFirstWords() {
+    const auto isKeyword = [this](std::size_t index) {
+        return !parsers_[index].empty() && !parsers_[index].front();
+    };
+    for (std::size_t i = 0; i < parsers_.size(); ++i) {
+        if (isKeyword(i)) byKeyword_[vocabulary_.sentences[i].words.front()];
+    }
+    for (std::size_t i = 0; i < parsers_.size(); ++i) {
+        if (isKeyword(i)) {
+            byKeyword_[vocabulary_.sentences[i].words.front()].push_back(i);
+            continue;
+        }
+        byVariable_.push_back(i);
+        for (auto& [keyword, indexes] : byKeyword_)
+            indexes.push_back(i);
+    }
+}
+
+const std::vector<std::size_t>& LanguageParse::thoseThatMayBeginWith(const std::string& word) const {
+    const auto found = byKeyword_.find(word);
+    return found == byKeyword_.end() ? byVariable_ : found->second;
 }
 
 CommandRecogniserResult LanguageParse::allMatches(const SentenceComponents& inputWords) const {
@@ -57,17 +88,19 @@ CommandRecogniserResult LanguageParse::allMatches(const SentenceComponents& inpu
 LanguageParse::Round LanguageParse::doesMatch(std::span<const SentenceComponent> words) const {
     Round round;
     const SentenceTemplate* best = nullptr;
+    const CommandFactory* maker = nullptr;
     CommandArguments bestArgs;
-    for (std::size_t i = 0; i < vocabulary_.sentences.size(); ++i) {
+    for (const std::size_t i : thoseThatMayBeginWith(words.front().textLowered)) {
         const SentenceTemplate& sentence = vocabulary_.sentences[i];
         Attempt attempt = attemptAt(i, words);
         round.touchedWords = std::max(round.touchedWords, attempt.touchedWords);
         if (!attempt.matched || (best && sentence.words.size() <= best->words.size())) continue;
         best = &sentence;
+        maker = makers_[i];
         bestArgs = std::move(attempt.args);
     }
-    if (!best) return round;
-    round.command = make(*best, bestArgs);
+    if (!best || !maker) return round;
+    round.command = maker->create(best->command, bestArgs, best->flags);
     // All touched words, also those of other templates: the longest template is not always the greediest.
     const auto touched = words.first(round.touchedWords);
     if (round.command) round.command->commandConsumedParts.assign(touched.begin(), touched.end());
@@ -96,15 +129,6 @@ LanguageParse::Attempt LanguageParse::attemptAt(std::size_t index,
     attempt.matched = at == sentence.words.size() ||
                       (sentence.command == "textContent" && sentence.words[at] == "~contentSearchFlags");
     return attempt;
-}
-
-std::shared_ptr<Command> LanguageParse::make(const SentenceTemplate& sentence,
-                                             const CommandArguments& args) const {
-    for (const auto& factory : vocabulary_.factories) {
-        if (factory->implementsCommand(sentence.command))
-            return factory->create(sentence.command, args, sentence.flags);
-    }
-    return nullptr;
 }
 
 }  // namespace kestrix

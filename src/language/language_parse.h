@@ -8,6 +8,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "language/command.h"
@@ -53,6 +54,7 @@ class LanguageParse {
     CommandRecogniserResult allMatches(const SentenceComponents& inputWords) const;
 
     const std::vector<SentenceTemplate>& sentences() const { return vocabulary_.sentences; }
+    const Vocabulary& vocabulary() const { return vocabulary_; }
 
   private:
     struct Attempt;
@@ -61,11 +63,18 @@ class LanguageParse {
     // Finds the one command at the front of the words, which are not empty.
     Round doesMatch(std::span<const SentenceComponent> words) const;
     Attempt attemptAt(std::size_t index, std::span<const SentenceComponent> words) const;
-    std::shared_ptr<Command> make(const SentenceTemplate& sentence, const CommandArguments& args) const;
+    const std::vector<std::size_t>& thoseThatMayBeginWith(const std::string& word) const;
+    void indexFirstWords();
 
     Vocabulary vocabulary_;
     // For each word of each template its variable's parser; empty for a keyword.
     std::vector<std::vector<VariableParser>> parsers_;
+    // For each template the factory that makes its command, or nullptr.
+    std::vector<const CommandFactory*> makers_;
+    // The places of the templates that may match at a word, in file order: of those that begin with that
+    // keyword and those that begin with a variable; and of the latter alone, for any other word.
+    std::unordered_map<std::string, std::vector<std::size_t>> byKeyword_;
+    std::vector<std::size_t> byVariable_;
 };
 
 }  // namespace kestrix
