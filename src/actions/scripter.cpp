@@ -124,7 +124,6 @@ std::optional<ChildOutcome> Scripter::run(const std::string& script, const Paths
     arguments.insert(arguments.end(), args.begin(), args.end());
     ChildOutcome outcome = runShellScript(script, std::move(arguments), stopsAtStart);
     logOutput(script, outcome);
-    throwIfItFailed(script, outcome);
     return outcome;
 }
 
@@ -163,7 +162,7 @@ void Scripter::runScript(std::string script, Paths onFiles, Paths args, Completi
                 completion = std::move(completion), stops = stopsSoFar()] {
         if (stops != stopsSoFar()) return;
         try {
-            run(script, onFiles, args, stops);
+            if (const auto outcome = run(script, onFiles, args, stops)) throwIfItFailed(script, *outcome);
             if (completion) completion(nullptr);
         } catch (const Error& failure) {
             report(failure);

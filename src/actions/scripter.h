@@ -54,11 +54,12 @@ class Scripter {
     // extension; of several such the first has it and the others keep their extension.
     std::vector<std::pair<std::string, std::string>> scripts() const;
 
-    // Runs to the end on this thread. Nothing if the path is no script or there is none. Throws Error with
-    // kCannotRun when it cannot be started, and with its status when it failed.
+    // Runs to the end on this thread, whatever its status then is. Nothing if the path is no script or there
+    // is none. Throws Error with kCannotRun when it cannot be started.
     std::optional<ChildOutcome> run(const std::string& script, const Paths& onFiles, const Paths& args);
 
-    // The same in the background. A failure is logged and shown.
+    // The same in the background. A failure is logged and shown, and a status other than 0 is one: its code
+    // is the status.
     void runScript(std::string script, Paths onFiles, Paths args, Completion completion = {});
     // Fails in the same way: there is nothing here to run one.
     void runShortcut(const std::string& shortcutName, const Completion& completion = {});

@@ -96,12 +96,12 @@ TEST_F(ScriptTest, WhatCannotBeRunHereIsRefusedWithOneLine) {
 
 TEST_F(ScriptTest, AFailingScriptIsToldWithItsStatusAndFirstComplaint) {
     const std::string path = script("bad.shell", "#!/bin/sh\necho 'no disk' >&2; echo more >&2; exit 3\n");
-    EXPECT_EQ(failureOf(path).code(), 3);
-    const Error* seen = nullptr;
-    const auto alerts =
-        alertsOf([&] { scripter_.runScript(path, {}, {}, [&](const Error* failure) { seen = failure; }); });
+    EXPECT_EQ(scripter_.run(path, {}, {})->exitStatus, 3);
+    int code = 0;
+    const auto alerts = alertsOf(
+        [&] { scripter_.runScript(path, {}, {}, [&](const Error* failure) { code = failure->code(); }); });
     EXPECT_EQ(alerts, Texts{"the script \"bad\" ended with status 3: no disk"});
-    EXPECT_NE(seen, nullptr);
+    EXPECT_EQ(code, 3);
 }
 
 TEST_F(ScriptTest, TheLogHoldsTheNameAndWhatTheScriptWrote) {
