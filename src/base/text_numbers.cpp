@@ -120,6 +120,7 @@ bool isDigit(char character) {
 std::optional<std::string> withoutGrouping(std::string_view digits) {
     const auto whole = digits.substr(0, digits.find('.'));
     if (digits.find(',') == std::string_view::npos) return std::string(digits);
+    if (whole.size() % 4 == 0) return std::nullopt;  // four digits in front
     std::string plain;
     for (std::size_t at = 0; at < whole.size(); ++at) {
         const bool isCommaPlace = at > 0 && (whole.size() - at) % 4 == 0;

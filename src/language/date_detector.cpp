@@ -154,6 +154,7 @@ std::optional<CalendarDate> readNumbers(std::string_view text, const std::functi
 
 // A month by name, with day and year around it.
 std::optional<CalendarDate> readNamed(std::string_view text) {
+    if (text::isPunctuation(static_cast<unsigned char>(text.front()))) return std::nullopt;
     auto pieces = text::split(text, [](char32_t each) {
         return each == '-' || each == '/' || each == ',' || each == '.' || text::isWhiteSpaceOrNewline(each);
     });

@@ -34,16 +34,19 @@ struct LanguageParse::Round {
 };
 
 LanguageParse::LanguageParse(Vocabulary vocabulary) : vocabulary_(std::move(vocabulary)) {
+    std::unordered_map<std::string, const CommandFactory*> makers;
+    for (const auto& factory : vocabulary_.factories) {
+        for (const auto& name : factory->commandNames())
+            makers.emplace(name, factory.get());
+    }
     for (const auto& sentence : vocabulary_.sentences) {
         auto& parsers = parsers_.emplace_back();
         for (const auto& word : sentence.words) {
             const auto found = vocabulary_.variableParsers.find(variableNameOf(word));
             parsers.push_back(found == vocabulary_.variableParsers.end() ? VariableParser() : found->second);
         }
-        const auto maker = std::find_if(
-            vocabulary_.factories.begin(), vocabulary_.factories.end(),
-            [&sentence](const auto& factory) { return factory->implementsCommand(sentence.command); });
-        makers_.push_back(maker == vocabulary_.factories.end() ? nullptr : maker->get());
+        const auto maker = makers.find(sentence.command);
+        makers_.push_back(maker == makers.end() ? nullptr : maker->second);
     }
     indexFirstWords();
 }

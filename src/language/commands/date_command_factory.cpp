@@ -172,15 +172,18 @@ class Reckoner {
         return mayMove && earlier > from.moment ? earlier : moment;
     }
 
-    // A start without a year that would lie behind the end is the last one before it: "november to february"
-    // in December, or "march to may 2016" today.
+    // A month without a year is the last such month before an end that has one ("march to may 2016"), and an
+    // end without a year is the first behind its start ("november to february", in December).
     When period(const NamedDate& from, const NamedDate& to) const {
-        std::int64_t start = beginning(from).moment;
-        const std::int64_t until = end(to, beginning(from));
-        if (!from.year && start >= until) {
+        const Beginning begun = beginning(from);
+        std::int64_t start = begun.moment;
+        std::int64_t until = end(to, begun);
+        if (start >= until && !from.year && to.year) {
             const int lastYear = dateOf(until - 1).year;
             start = momentIn(from, lastYear);
             if (start >= until) start = momentIn(from, lastYear - 1);
+        } else if (start >= until && !to.year) {
+            until = momentIn(to, yearOf(to) + 1);
         }
         return ordered(start, until);
     }
