@@ -261,7 +261,7 @@ class Walk::Worker {
 
     // Whether the folders in `folder_` lie high enough.
     bool childrenAreToBeEntered() const {
-        return !walk_.maxDepth_ || walk_.maxDepth_->letsEnter(path::components(folder_).size() + 1);
+        return !walk_.maxDepth_ || walk_.maxDepth_->letsEnterChildrenOf(folder_);
     }
 
     bool isToBeEntered(std::string_view name) {
