@@ -78,6 +78,17 @@ TEST_F(UserFoldersTest, TheUsualPlacesLieBelowHome) {
               entry->pw_dir + std::string("/.config/kestrix/settings.json"));
 }
 
+TEST_F(UserFoldersTest, SharedDataLiesInTheUsersFolderFirst) {
+    using Folders = std::vector<std::string>;
+    withEnvironment({{"HOME", "/h"}, {"KESTRIX_HOME", "/own"}});
+    ::unsetenv("XDG_DATA_DIRS");
+    EXPECT_EQ(sharedDataFolders(), (Folders{"/h/.local/share", "/usr/local/share", "/usr/share"}));
+    ::setenv("XDG_DATA_HOME", "/d/", 1);
+    ::setenv("XDG_DATA_DIRS", "/a/:relative::/b", 1);
+    EXPECT_EQ(sharedDataFolders(), (Folders{"/d", "/a", "/b"}));
+    ::unsetenv("XDG_DATA_DIRS");
+}
+
 TEST_F(UserFoldersTest, BaseDirectoriesCountOnlyWhenAbsolute) {
     EXPECT_EQ(withEnvironment({{"HOME", "/h"},
                                {"XDG_CONFIG_HOME", "/c/"},

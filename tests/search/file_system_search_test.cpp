@@ -9,6 +9,8 @@
 #include <set>
 
 #include "base/lock.h"
+#include "base/path.h"
+#include "language/commands/simple_factories.h"
 #include "language/language_parse.h"
 #include "search/walk.h"
 #include "tests/support/temporary_folder.h"
@@ -68,7 +70,14 @@ class WalkTest : public ::testing::Test {
     TemporaryFolder settings_;
     SettingsStore store_{settings_.path("settings.json")};
     Preferences preferences_{store_};
-    LanguageParse language_;
+    LanguageParse language_{
+        {.sentences = SentenceTemplate::fromText("depth ~number maxDepth\n"),
+         .factories = {std::make_shared<MaxDepthFactory>()},
+         .variableParsers = {{"~number",
+                              [](std::span<const SentenceComponent> words) {
+                                  return VariableParserResult{std::stoi(words.front().textLowered), 1};
+                              }}},
+         .variableCompletors = {}}};
     RunLoop loop_;
     FakeMounts mounts_;
     Collector collector_;
@@ -111,6 +120,24 @@ TEST_F(WalkTest, TellsSizeAndDatesOnlyWhenAsked) {
     EXPECT_EQ(collector_.results.get().at(0).size, 0u);
 }
 
+// The walk itself hands over what lies in the last folder that it enters; the command judges.
+TEST_F(WalkTest, DoesNotEnterFoldersThatLieTooDeep) {
+    folder_.file("a/b/x");
+    folder_.file("a/b/c/x");
+    folder_.file("a/x c");
+    const auto depthOfRoot = path::components(folder_.path()).size();
+    const auto limited = [&](std::size_t depth) {
+        collector_.results.set({});
+        return find(std::string("x : depth ").append(std::to_string(depth)));
+    };
+    EXPECT_EQ(limited(depthOfRoot + 2), (Set{"a/b/x", "a/x c"}));
+    EXPECT_EQ(counters_->entries, 5);
+    EXPECT_EQ(limited(depthOfRoot + 1), (Set{"a/x c"}));
+    EXPECT_EQ(limited(1), Set{}) << "the start itself is read all the same";
+    EXPECT_EQ(counters_->entries, 1);
+    EXPECT_EQ(limited(0), (Set{"a/b/x", "a/b/c/x", "a/x c"}));
+}
+
 TEST_F(WalkTest, NeitherListsNorFollowsSymbolicLinks) {
     folder_.file("real/x");
     std::filesystem::create_directory_symlink(folder_.path(), folder_.path("real/x loop"));
@@ -147,7 +174,7 @@ TEST_F(WalkTest, WalksDeeperThanAPathMayBeLong) {
 TEST_F(WalkTest, FindsEverythingInATreeWiderThanItsOpenFolders) {
     Set expected;
     for (int i = 0; i < 600; ++i) {
-        const std::string place = "f" + std::to_string(i) + "/g/h/x" + std::to_string(i);
+        const std::string place = std::to_string(i) + "/g/h/x" + std::to_string(i);
         folder_.file(place);
         expected.insert(place);
     }
@@ -201,7 +228,7 @@ TEST_F(WalkTest, AMissingStartFindsNothing) {
 
 TEST_F(WalkTest, StopsSoonAfterItIsToldTo) {
     for (int i = 0; i < 200; ++i) {
-        folder_.file("f" + std::to_string(i) + "/g/x");
+        folder_.file(std::to_string(i) + "/g/x");
     }
     collector_.stopAtFirst = true;
     EXPECT_LT(find("x").size(), 200u);

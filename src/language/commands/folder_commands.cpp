@@ -82,11 +82,11 @@ std::shared_ptr<Command> ExcludeFolderCommand::copy() const {
 }
 
 std::string KnownDirectoriesCommand::commandToString() const {
-    return (shallow_ ? "directly in remembered " : "in remembered ") + typedWord(name_);
+    return (shallow_ ? "remembered only " : "remembered ") + typedWord(name_);
 }
 
 std::string KnownDirectoriesCommand::commandExample() const {
-    return shallow_ ? "directly in remembered **" : "in remembered **";
+    return shallow_ ? "remembered only **" : "remembered **";
 }
 
 nlohmann::json KnownDirectoriesCommand::explainedFields() const {
