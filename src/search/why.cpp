@@ -290,7 +290,7 @@ Way Inquiry::wayFrom(const std::string& start) const {
     const auto mounts = mountsBelow(start, query_->whereLocation()->disksForLocations(), options_.disks);
     std::string folder = start;
     for (const auto name : path::components(path::parent(path_).substr(start == "/" ? 1 : start.size()))) {
-        const bool tooDeep = maxDepth && !maxDepth->letsEnter(path::components(folder).size() + 1);
+        const bool tooDeep = maxDepth && !maxDepth->letsEnterChildrenOf(folder);
         folder = path::join(folder, name);
         if (tooDeep) note(way.tooDeep, folder);
         if (name == "Backups.backupdb") note(way.backups, folder);

@@ -8,8 +8,10 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
+#include "language/commands/date_command_factory.h"
 #include "language/commands/folder_commands.h"
 #include "language/commands/simple_factories.h"
+#include "language/commands/size_command.h"
 #include "language/vocabulary.h"
 #include "search/file_system_search.h"
 #include "search/known_directories_search.h"
@@ -39,7 +41,8 @@ class WhyTest : public SearchTest {
             shippedSentences(),
             {std::make_shared<ExtensionCommandFactory>(), std::make_shared<FileOrFolderCommandFactory>(),
              std::make_shared<InsideCommandFactory>(), std::make_shared<ExcludeFolderFactory>(),
-             std::make_shared<MaxDepthFactory>(), std::make_shared<CaseSensitiveFactory>(),
+             std::make_shared<MaxDepthFactory>(), std::make_shared<SizeCommandFactory>(),
+             std::make_shared<DateCommandCreator>(Clock::system()), std::make_shared<CaseSensitiveFactory>(),
              std::make_shared<WholeWordsFactory>(),
              std::make_shared<KnownDirectoriesFactory>(lookups.favouriteFolders)},
             lookups));
@@ -51,6 +54,9 @@ class WhyTest : public SearchTest {
               "reports/plain.txt", "reports/report in it.txt", "docs/cat"}) {
             tree.file(name);
         }
+        tree.file("docs/big report.bin", std::string(5000, 'x'));
+        fs::last_write_time(tree.path("report.txt"),
+                            fs::file_time_type::clock::now() - std::chrono::years(2));
         fs::create_symlink(tree.path("docs"), tree.path("report link"));
         ::mkfifo(tree.path("report pipe").c_str(), 0600);
         mounts.table.push_back({tree.path("mnt"), "/", "ext4", "/dev/sdb1", 2});
@@ -97,7 +103,7 @@ class WhyTest : public SearchTest {
 
     void expectAgreement(const std::string& line, bool soundex = false) {
         const auto query = ask(line, soundex);
-        if (query->isEmpty()) return;
+        EXPECT_TRUE(query->invalidCommandAreaWords().empty()) << line << " is not read as it is meant";
         const auto results = found(query);
         std::vector<std::string> all = {"/", tree.path(), tree.path("not there"),
                                         std::string(fs::path(tree.path()).parent_path())};
@@ -146,6 +152,12 @@ const char* const kLines[] = {
     ": case sensitive",
     "tmp",
     "reports OR : is folder",
+    "report : bigger than 1kb",
+    ": bigger than 1kb",
+    "report OR : bigger than 1kb",
+    "report : modified today",
+    "report : modified before 2020",
+    "kxt : bigger than 1kb",
 };
 
 TEST_F(WhyTest, TheVerdictIsThatOfASearch) {
