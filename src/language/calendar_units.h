@@ -1,7 +1,6 @@
 // Days, weeks, months and years as the user's calendar has them: Gregorian, in the time zone of the process
 // (TZ or the system's), with the first day of the week of the user's locale. Moments are whole seconds since
-// 1970. Threads: any; each keeps a calendar of its own, made when it first asks, so that a program that never
-// speaks of dates does not load one. A change of TZ is noticed by the next question.
+// 1970. Threads: any. A change of TZ is noticed by the next question.
 #pragma once
 
 #include <cstdint>
@@ -40,7 +39,7 @@ std::optional<std::int64_t> momentOf(const CalendarDate& date, const TimeOfDay& 
 CalendarDate dateOf(std::int64_t moment);
 TimeOfDay timeOf(std::int64_t moment);
 
-// The first moment of the local day; the same day asked again costs a look at the last answer.
+// The first moment of the local day; a day asked about again costs no reckoning.
 std::int64_t startOfDay(std::int64_t moment);
 
 // The whole unit that holds the moment.

@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "actions/script_command.h"
 #include "shell/logger.h"
 
 namespace kestrix {
@@ -44,6 +45,7 @@ void SearchSession::doSearch() {
                                                       environment_.query);
     dropCurrentSearch();
     rememberLine(line);
+    if (runScriptInstead()) return;
     view_.clearResults(current_);
     if (current_->isEmpty()) {
         view_.queryIsEmpty(current_);
@@ -54,6 +56,16 @@ void SearchSession::doSearch() {
     currentSearchManager_ =
         SearchManager::create(weak_from_this(), {inside, view_.wantsAttributes()}, environment_.search);
     currentSearchManager_->searchFor(current_);
+}
+
+// The script is run later, on the main queue: the view hears first that no search is on its way.
+bool SearchSession::runScriptInstead() {
+    auto script = current_->commandOfType<ScriptCommand>();
+    if (!script) return false;
+    environment_.search.mainQueue.post(
+        [script = std::move(script), items = view_.relevantItems()] { script->run(items); });
+    view_.scriptHasStarted(current_);
+    return true;
 }
 
 // Does not wait: the old manager winds down by itself. What it delivers from now on bears another query.

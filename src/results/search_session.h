@@ -32,6 +32,11 @@ class SearchSessionView {
     virtual void setQueryText(const std::string&) {}
     virtual void selectLocation(const std::string& locationName) { (void)locationName; }
 
+    // What a script is to be run over: the selected rows, or all if none is selected. Paths.
+    virtual std::vector<std::string> relevantItems() { return {}; }
+    // The line ran a script: no search starts and the rows stay.
+    virtual void scriptHasStarted(const Query&) {}
+
     virtual void clearResults(const Query&) {}
     virtual void searchHasStarted(const Query&) {}
     // New rows, in the order of their arrival.
@@ -123,6 +128,7 @@ class SearchSession : public SearchManagerDelegate, public std::enable_shared_fr
     SearchSession(SearchSessionView& view, const SearchSessionEnvironment& environment);
 
     void dropCurrentSearch();
+    bool runScriptInstead();
     void renewBucket();
     void rememberLine(const std::string& line);
     void scheduleSearch(Seconds delay);

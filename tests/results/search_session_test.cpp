@@ -2,10 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <nlohmann/json.hpp>
 
+#include "actions/script_command.h"
 #include "base/operation_queue.h"
-#include "language/language_parse.h"
+#include "language/vocabulary.h"
+#include "platform/stored_file.h"
 #include "tests/support/temporary_folder.h"
 
 namespace kestrix {
@@ -52,13 +55,15 @@ class FakeView : public SearchSessionView {
     void showTitle(const std::string& text) override { title = text; }
     void showProgressText(const std::string& text) override { progressText = text; }
     void showTotal(std::int64_t count) override { total = count; }
+    std::vector<std::string> relevantItems() override { return rows; }
+    void scriptHasStarted(const Query&) override { ++scripts; }
 
     std::string line;
     std::optional<SearchLocation> location = SearchLocation({"/home/kx"});
     std::string selected, title, progressText;
     Paths started, completed, rows;
     std::int64_t total = 0;
-    int stopped = 0, empty = 0;
+    int stopped = 0, empty = 0, scripts = 0;
 };
 
 class SearchSessionTest : public ::testing::Test {
@@ -260,6 +265,30 @@ TEST_F(SearchSessionTest, AnEmptyLineRunsNothingButStopsAndClears) {
     EXPECT_EQ(session->currentSearchManager(), nullptr);
     EXPECT_TRUE(view.rows.empty());
     EXPECT_EQ(view.empty, 1);
+}
+
+TEST_F(SearchSessionTest, ALineThatNamesAScriptRunsItOverTheRowsAndSearchesNothing) {
+    const std::string script = folder.file("scripts/note.shell", "printf '%s|' \"$@\" > \"$0.got\"\n");
+    std::filesystem::permissions(script, std::filesystem::perms::owner_all);
+    Scripter scripter(folder.path("scripts"));
+    VariableLookups lookups;
+    lookups.scripts = [&] { return scripter.scripts(); };
+    language = LanguageParse(makeVocabulary("run ~scriptName with ~varArg scriptCommand\n",
+                                            {std::make_shared<ScriptCommandFactory>(scripter)}, lookups));
+    sourceStays = true;
+    search("cat");
+    found("/home/kx/a cat", 1);
+    search("dog : run note with care");
+    loop.runPending();
+    scripter.waitUntilAllHaveEnded();
+    EXPECT_EQ(readWholeFile(script + ".got"), "/home/kx/a cat|care|");
+    EXPECT_TRUE(managers.back()->shouldStop());
+    EXPECT_EQ(session->currentSearchManager(), nullptr);
+    EXPECT_EQ(view.rows, Paths{"/home/kx/a cat"});
+    EXPECT_EQ(view.started, Paths{"cat"});
+    EXPECT_EQ(view.scripts, 1);
+    pass(5);
+    EXPECT_EQ(history, Paths{"dog : run note with care"});
 }
 
 TEST_F(SearchSessionTest, ALineEntersTheHistoryOnlyIfItIsLeftStanding) {

@@ -52,6 +52,7 @@ class Parser {
         if (optionsEnded_ || text.size() < 2 || text.front() != '-') return takeWord(text);
         if (text == "--") {
             optionsEnded_ = true;
+            arguments_.wordsBeforeDashes = arguments_.words.size();
         } else if (text[1] == '-') {
             takeLongOption(text.substr(2));
         } else if (const OptionSpec* option = text.size() == 2 ? shortOption(text[1]) : nullptr) {

@@ -29,6 +29,8 @@ struct Arguments {
     const ActionSpec* action = nullptr;    // nullptr: the command has none
     std::vector<Given> options;            // in the order typed
     std::vector<std::string_view> words;   // without the command and its action
+    // How many of the words stand before "--"; nothing if that was not typed.
+    std::optional<std::size_t> wordsBeforeDashes;
 
     bool has(std::string_view option) const;
     // The last value given; nothing if the option was not.
