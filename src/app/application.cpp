@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "actions/script_command.h"
 #include "base/error.h"
 #include "files/ignore_items.h"
 #include "language/commands/date_command_factory.h"
@@ -26,7 +27,8 @@ Service& lazily(std::unique_ptr<Service>& place, Arguments&&... arguments) {
 // In the order in which they are asked: the first that knows a command makes it. What they refer to outlives
 // the language.
 std::vector<std::shared_ptr<const CommandFactory>> commandFactories(
-    const Clock& clock, const UTIAssistant& typeNames, KnownDirectoriesFactory::Favourites favourites) {
+    const Clock& clock, const UTIAssistant& typeNames, Scripter& scripter,
+    KnownDirectoriesFactory::Favourites favourites) {
     return {std::make_shared<CaseSensitiveFactory>(),
             std::make_shared<DateCommandCreator>(clock),
             std::make_shared<ExcludeFolderFactory>(),
@@ -39,6 +41,7 @@ std::vector<std::shared_ptr<const CommandFactory>> commandFactories(
             std::make_shared<PathLengthCommandFactory>(),
             std::make_shared<MaxDepthFactory>(),
             std::make_shared<RegexCommandFactory>(),
+            std::make_shared<ScriptCommandFactory>(scripter),
             std::make_shared<SizeCommandFactory>(),
             std::make_shared<ShowAllFilesFactory>(),
             std::make_shared<UTICommandFactory>(typeNames),
@@ -105,11 +108,16 @@ LabelTagManager& Application::tags() {
     return lazily(tags_, preferences());
 }
 
+Scripter& Application::scripter() {
+    return lazily(scripter_, folders().data + "/scripts", &failures());
+}
+
 // Lines are parsed on any thread, so the services behind the lookups are made here and now.
 VariableLookups Application::variableLookups() {
     VariableLookups lookups;
     lookups.favouriteFolders = [&favourites = favoriteFolders()] { return favourites.keyFolderPairs(); };
     lookups.knownTags = [&known = tags()] { return known.tagsForDisplay(); };
+    lookups.scripts = [&scripts = scripter()] { return scripts.scripts(); };
     return lookups;
 }
 
@@ -119,7 +127,8 @@ const LanguageParse& Application::language() {
     const VariableLookups lookups = variableLookups();
     try {
         language_ = std::make_unique<LanguageParse>(makeVocabulary(
-            sentences, commandFactories(clock(), typeNames(), lookups.favouriteFolders), lookups));
+            sentences, commandFactories(clock(), typeNames(), scripter(), lookups.favouriteFolders),
+            lookups));
     } catch (const Error& fault) {
         const char* const path = std::getenv("KESTRIX_SENTENCES");
         throw Error("Vocabulary", fault.code(), std::string(path ? path : "sentences") + ", " + fault.what());

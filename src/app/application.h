@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "actions/scripter.h"
 #include "base/clock.h"
 #include "base/main_queue.h"
 #include "base/notification_center.h"
@@ -80,6 +81,7 @@ class Application {
     const FileTypes& fileTypes();
     const UTIAssistant& typeNames();
     LabelTagManager& tags();
+    Scripter& scripter();
     // What the sentences ask of the application: favourites, tags and scripts.
     VariableLookups variableLookups();
     // Throws Error that names the line if KESTRIX_SENTENCES names a file of sentences with a fault in it.
@@ -122,6 +124,7 @@ class Application {
     std::unique_ptr<FileTypes> fileTypes_;
     std::unique_ptr<UTIAssistant> typeNames_;
     std::unique_ptr<LabelTagManager> tags_;
+    std::unique_ptr<Scripter> scripter_;
     LanguageParse noLanguage_;
     std::unique_ptr<LanguageParse> language_;
     std::unique_ptr<HistoryController> history_;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <ctime>
+#include <filesystem>
 #include <nlohmann/json.hpp>
 
 #include "tests/app/program.h"
@@ -237,6 +238,31 @@ TEST_F(Sentences, TagsAreSetListedAddedAndRemoved) {
     EXPECT_EQ(program_.run({"tag", "list", path + "x"}).code, 2);
     EXPECT_EQ(program_.run({"tag", "set", path}).code, 0);
     EXPECT_EQ(program_.run({"tag", "list", path}).code, 1);
+}
+
+TEST_F(Sentences, WhyTellsWhatDroppedAPath) {
+    const std::string path = file("report.txt", 5);
+    const auto why = [&](const std::string& line) {
+        return program_.run({"why", "--in", tree(), path, line});
+    };
+    EXPECT_EQ(why("report : smaller than 1kb").code, 0);
+    const Outcome dropped = why("report : bigger than 1kb");
+    EXPECT_EQ(dropped.code, 1);
+    EXPECT_NE(dropped.output.find("larger than 1 kb"), std::string::npos) << dropped.output;
+    EXPECT_EQ(find("report : smaller than 1kb"), Names{"report.txt"});
+}
+
+TEST_F(Sentences, AScriptIsRunByItsName) {
+    const std::string made = program_.folder().path("made");
+    std::string folder = output({"script", "folder"});
+    folder.pop_back();
+    std::ofstream(folder + "/note it.shell") << "#!/bin/sh\nprintf '%s|' \"$@\" > '" << made << "'\n";
+    std::filesystem::permissions(folder + "/note it.shell", std::filesystem::perms::owner_all);
+    EXPECT_EQ(program_.run({"find", ": run note it using Two \"more words\""}).code, 0);
+    std::ifstream file(made);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "Two|more words|");
+    EXPECT_EQ(output({"complete", ": run no"}), "\"note it\"\n");
+    EXPECT_EQ(program_.run({"script", "run", "absent"}).code, 2);
 }
 
 TEST_F(Sentences, TheDescriptionOfTheLanguageIsUpToDate) {

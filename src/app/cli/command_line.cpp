@@ -25,6 +25,8 @@ constexpr std::array kRunners = {
     Runner{"explain", runExplain},
     Runner{"complete", runComplete},
     Runner{"tag", runTag},
+    Runner{"why", runWhy},
+    Runner{"script", runScript},
     Runner{"settings", runSettings},
     Runner{"history", runHistory},
     Runner{"favourites", runFavourites},

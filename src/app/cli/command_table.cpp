@@ -69,6 +69,10 @@ constexpr std::array kExplainOptions = {
     OptionSpec{.name = "soundex", .help = "read the line as find --soundex does"},
 };
 constexpr std::array kListOptions = {kJson};
+constexpr std::array kWhyOptions = {kFindOptions[0], kFindOptions[1], kFindOptions[2], kFindOptions[3],
+                                    kJson};
+static_assert(kFindOptions[0].name == "in" && kFindOptions[1].name == "where" &&
+              kFindOptions[2].name == "soundex" && kFindOptions[3].name == "system");
 constexpr std::array kSettingsOptions = {
     kJson,
     OptionSpec{.name = "string", .help = "with set: store the value as text, whatever it looks like"},
@@ -115,6 +119,12 @@ constexpr std::array kTagActions = {
     ActionSpec{"set", "PATH [TAG...]", 1, ActionSpec::kAnyNumber, "give it these tags and no others"},
     ActionSpec{"add", "PATH TAG...", 2, ActionSpec::kAnyNumber, "give it these tags as well"},
     ActionSpec{"remove", "PATH TAG...", 2, ActionSpec::kAnyNumber, "take these tags from it"},
+};
+constexpr std::array kScriptActions = {
+    ActionSpec{"list", "", 0, 0, "each name, a tab and its file"},
+    ActionSpec{"run", "NAME [PATH...] [-- ARG...]", 1, ActionSpec::kAnyNumber,
+               "run a script over files, then its own arguments"},
+    ActionSpec{"folder", "", 0, 0, "make the folder of the scripts and print where it is"},
 };
 constexpr std::array kCompletionActions = {
     ActionSpec{kShells[0], "", 0, 0, "for bash"},
@@ -169,6 +179,24 @@ constexpr std::array kCommands = {
                 .example = "kestrix tag add holiday.jpg red \"to print\"",
                 .options = kListOptions,
                 .actions = kTagActions},
+    CommandSpec{.name = "why",
+                .operands = "PATH LINE...",
+                .summary = "why a line finds a path, or does not",
+                .description = "The tests of a search, one after the other, and what each says. Exits with 0 "
+                               "if the path would be found and with 1 if not.",
+                .example = "kestrix why ~/Documents/report.pdf 'report : bigger than 10mb'",
+                .options = kWhyOptions,
+                .takesWords = true},
+    CommandSpec{.name = "script",
+                .summary = "your scripts, and runs over files",
+                .description =
+                    "A script is a file with the extension shell in the folder of the scripts. It is "
+                    "called with the paths, then with the words behind --. A line runs it by "
+                    "\": run NAME\".",
+                .example = "kestrix script run backup ~/Documents/report.pdf -- quickly",
+                .options = kListOptions,
+                .actions = kScriptActions,
+                .usualAction = "list"},
     CommandSpec{.name = "settings",
                 .summary = "read and change the settings",
                 .description =
@@ -232,7 +260,6 @@ constexpr std::array kCommands = {
     notBuilt("export", "results as a file"),
     notBuilt("rename", "rename what was found"),
     notBuilt("delete", "delete what was found"),
-    notBuilt("script", "scripts over results"),
     notBuilt("media", "the media server"),
     notBuilt("remote", "searches on other machines"),
     notBuilt("service", "searches for other programs"),

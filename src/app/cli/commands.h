@@ -24,6 +24,8 @@ int runFind(const Arguments& arguments, CommandContext& context);
 int runExplain(const Arguments& arguments, CommandContext& context);
 int runComplete(const Arguments& arguments, CommandContext& context);
 int runTag(const Arguments& arguments, CommandContext& context);
+int runWhy(const Arguments& arguments, CommandContext& context);
+int runScript(const Arguments& arguments, CommandContext& context);
 int runSettings(const Arguments& arguments, CommandContext& context);
 int runHistory(const Arguments& arguments, CommandContext& context);
 int runFavourites(const Arguments& arguments, CommandContext& context);

@@ -97,6 +97,16 @@ std::optional<bool> FindRun::searchInsideSystemAndApps() {
     return request_.insideSystem ? std::optional(true) : std::nullopt;
 }
 
+// There are no rows here to run it over. Its failure is told on the main queue before the end comes there.
+void FindRun::scriptHasStarted(const Query&) {
+    ranScript_ = true;
+    MainQueue& queue = application_.mainQueue();
+    queue.post([this, &queue] {
+        application_.scripter().waitUntilAllHaveEnded();
+        queue.post([this] { end(); });
+    });
+}
+
 void FindRun::searchHasStarted(const Query& query) {
     PrintStyle style;
     style.form = request_.form;
@@ -252,7 +262,7 @@ void FindRun::drawProgress() {
 
 // What is printed only when the search is through: an interrupted one keeps to what stands there already.
 void FindRun::printGathered() {
-    if (interruptedBy_ != 0 || emptyQuery_) return;
+    if (interruptedBy_ != 0 || emptyQuery_ || ranScript_) return;
     if (request_.countOnly) {
         output_.appendNumber(static_cast<std::uint64_t>(found_));
         output_.append('\n');
@@ -288,6 +298,7 @@ void FindRun::printStats() {
 
 int FindRun::exitCode() {
     if (interruptedBy_ != 0) return exitCodeOf(interruptedBy_);
+    if (ranScript_) return kExitFound;
     if (emptyQuery_) {
         if (!notedUnknownWords_) complain("nothing to look for: the line is empty; give at least one word");
         return kExitNothing;

@@ -34,6 +34,7 @@ class FindRun : private SearchSessionView {
     bool soundexOn() override { return request_.soundex; }
     bool wantsAttributes() override;
     std::optional<bool> searchInsideSystemAndApps() override;
+    void scriptHasStarted(const Query& query) override;
     void searchHasStarted(const Query& query) override;
     void addResults(std::vector<SearchResult> results, const Query& query) override;
     void searchesHaveCompleted(const Query& query) override;
@@ -75,6 +76,7 @@ class FindRun : private SearchSessionView {
     bool ended_ = false;
     bool emptyQuery_ = false;
     bool onlyFilters_ = false;
+    bool ranScript_ = false;
     bool notedUnknownWords_ = false;
     bool flushIsDue_ = false;
 

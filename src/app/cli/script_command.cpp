@@ -15,8 +15,6 @@
 
 namespace kestrix::cli {
 
-int runScript(const Arguments& arguments, CommandContext& context);
-
 namespace {
 
 int listScripts(const Arguments& arguments, CommandContext& context, const Scripter& scripter) {

@@ -13,8 +13,6 @@
 
 namespace kestrix::cli {
 
-int runWhy(const Arguments& arguments, CommandContext& context);
-
 namespace {
 
 // As a search would show it: links on the way are resolved, unless the place that is searched was named with
@@ -68,7 +66,7 @@ int runWhy(const Arguments& arguments, CommandContext& context) {
     const SearchLocation location = locationOf(request, application.disks(), application.folders().home);
     const std::string path = pathAsFound(arguments.words.front(), location);
     const auto query = std::make_shared<const QueryContainer>(request.line, location, request.soundex,
-                                                              application.queryEnvironment());
+                                                              application.queryEnvironment(request.line));
     const bool inside =
         request.insideSystem || application.preferences().boolean("searchInsideSystemAndApps");
     const Judgement judgement = explainJudgement(path, query, {inside, application.disks()});
