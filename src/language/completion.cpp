@@ -55,6 +55,9 @@ std::size_t beginningOfLastWord(std::string_view line) {
     return beginning;
 }
 
+// Far longer than any sentence, so a line of any length is answered at once.
+constexpr std::ptrdiff_t kWordsLookedAt = 40;
+
 // The words of a line up to the half-typed one at its end, which may be empty.
 struct HalfTyped {
     SentenceComponents before;  // those behind the colon
@@ -71,7 +74,8 @@ HalfTyped read(std::string_view line) {
     typed.half = words.back().textLowered;
     typed.half.pop_back();
     words.pop_back();
-    std::copy_if(words.begin(), words.end(), std::back_inserter(typed.before),
+    const auto first = words.end() - std::min(std::ssize(words), kWordsLookedAt);
+    std::copy_if(first, words.end(), std::back_inserter(typed.before),
                  [](const SentenceComponent& word) { return word.isAfterAColon; });
     return typed;
 }

@@ -98,6 +98,19 @@ TEST_F(CompletionTest, TheFirstNameOfferedIsTheOneOfTheCompletor) {
     EXPECT_EQ(words("x : run t").front(), firstFor("~scriptName", "t"));
 }
 
+TEST_F(CompletionTest, EveryBeginningOfALineIsAnswered) {
+    const std::string line =
+        "a\"b : tag \"to\\\"p\" *is* :: \\ \xE2\x82 mod\xF0\x9F\x91\xA9\u200D \" in: \xCE\xA3 is";
+    for (std::size_t length = 0; length <= line.size(); ++length) {
+        for (const auto& one : continuationsOf(line.substr(0, length), language_, lookups_))
+            EXPECT_TRUE(one.line.ends_with(one.word)) << one.line;
+    }
+    std::string longLine = ":";
+    for (int i = 0; i < 100'000; ++i)
+        longLine += " bigger";
+    EXPECT_EQ(words(longLine + " than 1mb modif"), Texts{"modified"});
+}
+
 // Typing any sentence word by word, the next keyword is always among what is offered.
 TEST_F(CompletionTest, EveryKeywordOfEverySentenceIsOfferedInItsPlace) {
     lookups_.favouriteFolders = [] { return std::map<std::string, std::string>{{"downloads", "/d"}}; };
