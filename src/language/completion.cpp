@@ -207,7 +207,7 @@ class Gatherer {
 };
 
 // Those that begin with what was typed; the nearest if there are none.
-std::vector<std::string> fitting(std::vector<std::string> words, const std::string& half) {
+std::vector<std::string> fitting(const std::vector<std::string>& words, const std::string& half) {
     std::vector<std::string> begun;
     for (const std::string& word : words) {
         const std::string lowered = text::lowered(word);
@@ -216,7 +216,7 @@ std::vector<std::string> fitting(std::vector<std::string> words, const std::stri
     }
     if (!begun.empty() || half.size() < 3 || half.size() > 40) return begun;
     std::vector<std::pair<std::size_t, std::string>> near;
-    for (std::string& word : words) {
+    for (const std::string& word : words) {
         const std::size_t distance = editDistance(half, text::lowered(word));
         if (distance <= std::max<std::size_t>(half.size() / 3, 1)) near.emplace_back(distance, word);
     }
@@ -233,11 +233,11 @@ std::vector<Continuation> continuationsOf(std::string_view line, const LanguageP
                                           const VariableLookups& lookups) {
     const HalfTyped typed = read(line);
     if (!typed.isBehindColon) return {};
-    const std::string start(line.substr(0, beginningOfLastWord(line)));
-    const std::string gap = start.ends_with(':') ? " " : "";
+    std::string start(line.substr(0, beginningOfLastWord(line)));
+    if (start.ends_with(':')) start += ' ';
     std::vector<Continuation> continuations;
     for (std::string& word : fitting(Gatherer(language, lookups).nextWords(typed.before), typed.half)) {
-        std::string whole = start + gap + word;
+        std::string whole = start + word;
         continuations.push_back({.word = std::move(word), .line = std::move(whole)});
     }
     return continuations;
