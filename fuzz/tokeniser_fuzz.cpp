@@ -1,4 +1,4 @@
-// Any bytes tokenise, and the words lie in order within the line.
+// Any bytes tokenise; the words lie in order within the line and are told apart by place and text.
 #include <cstdint>
 #include <cstdlib>
 #include <string_view>
@@ -17,6 +17,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         if (word.textOriginalCase.empty() || from < end || to <= from || to > length) std::abort();
         end = to;
     }
-    if (expandedQuotedItems(words).size() < words.size() && !compare(words, words)) std::abort();
+    // No two words are the same, which the matching of sentences relies on.
+    SentenceComponents once = words;
+    appendNewWords(once, words);
+    SentenceComponents distinct;
+    appendNewWords(distinct, words);
+    if (once.size() != words.size() || distinct.size() != words.size()) std::abort();
+    if (!without(words, words).empty()) std::abort();
+    expandedQuotedItems(words);
     return 0;
 }

@@ -34,12 +34,33 @@ bool holds(const Items& items, std::string_view text) {
     return std::ranges::find(items, text, &IgnoreItem::text) != items.end();
 }
 
-nlohmann::json textsOf(const Items& items) {
-    auto texts = nlohmann::json::array();
-    for (const IgnoreItem& item : items) {
+std::vector<std::string> textsOf(const Items& items) {
+    std::vector<std::string> texts;
+    for (const IgnoreItem& item : items)
         texts.push_back(item.text);
-    }
     return texts;
+}
+
+bool contains(const std::vector<std::string>& texts, const std::string& text) {
+    return std::ranges::find(texts, text) != texts.end();
+}
+
+// What is stored now, without what was taken out here and with what was added here since `loaded`: an edit
+// that another process made meanwhile stays.
+void merge(nlohmann::json& stored, const std::vector<std::string>& loaded,
+           const std::vector<std::string>& now) {
+    std::vector<std::string> merged;
+    if (stored.is_array()) {
+        for (const auto& element : stored) {
+            if (!element.is_string()) continue;
+            std::string text = folderText(element.get<std::string>());
+            if (!contains(loaded, text) || contains(now, text)) merged.push_back(std::move(text));
+        }
+    }
+    for (const std::string& text : now) {
+        if (!contains(merged, text) && !contains(loaded, text)) merged.push_back(text);
+    }
+    stored = std::move(merged);
 }
 
 // Runs for every file that a search judges, so the path is not taken to pieces.
@@ -70,6 +91,8 @@ IgnoreItems::IgnoreItems(Preferences& preferences) : preferences_(preferences) {
     for (const std::string& extension : preferences.strings(kExtensions)) {
         pathExtensions_.push_back({.type = IgnoreItemType::pathExtension, .text = extension});
     }
+    loadedFolders_ = textsOf(pathComponents_);
+    loadedExtensions_ = textsOf(pathExtensions_);
 }
 
 void IgnoreItems::startup(Preferences& preferences) {
@@ -77,8 +100,13 @@ void IgnoreItems::startup(Preferences& preferences) {
 }
 
 void IgnoreItems::save() {
-    preferences_.set(kFolders, textsOf(pathComponents_));
-    preferences_.set(kExtensions, textsOf(pathExtensions_));
+    const auto saveList = [this](const char* key, std::vector<std::string>& loaded, const Items& items) {
+        const std::vector<std::string> now = textsOf(items);
+        preferences_.modify(key, [&](nlohmann::json& stored) { merge(stored, loaded, now); });
+        loaded = now;
+    };
+    saveList(kFolders, loadedFolders_, pathComponents_);
+    saveList(kExtensions, loadedExtensions_, pathExtensions_);
 }
 
 bool IgnoreItems::containsPath(std::string_view path) const {

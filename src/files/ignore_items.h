@@ -30,6 +30,7 @@ class IgnoreItems {
     // Once at program start: marks that the first run has been.
     static void startup(Preferences& preferences);
 
+    // Writes what changed here since loading; what another process changed meanwhile stays.
     void save();
 
     bool empty() const { return pathComponents_.empty() && pathExtensions_.empty(); }
@@ -58,6 +59,8 @@ class IgnoreItems {
     Preferences& preferences_;
     std::vector<IgnoreItem> pathComponents_;
     std::vector<IgnoreItem> pathExtensions_;
+    std::vector<std::string> loadedFolders_;  // as last read or written
+    std::vector<std::string> loadedExtensions_;
 };
 
 }  // namespace kestrix

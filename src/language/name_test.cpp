@@ -22,20 +22,21 @@ struct AsciiName {
     char bytes[kLongestName + 1 + kBlock];
     std::size_t size;
 
-    // False if the name is not all ASCII. Without a branch in the loop, so that the compiler makes vectors
-    // of it.
+    // False if the name is not all ASCII. Works on whole blocks, the zeros behind the name included, and
+    // without a branch in the loop, so that the compiler makes vectors of it and leaves no bytes over.
     bool assign(std::string_view name, bool lower) {
         size = name.size();
-        const char* __restrict from = name.data();
-        char* __restrict to = bytes;
+        name.copy(bytes, size);
+        std::memset(bytes + size, 0, kBlock + 1);
+        const std::size_t end = (size + kBlock - 1) / kBlock * kBlock;
         const unsigned char letters = lower ? 26 : 0;
         unsigned char all = 0;
-        for (std::size_t i = 0; i < size; ++i) {
-            const auto byte = static_cast<unsigned char>(from[i]);
+        for (std::size_t i = 0; i < end; ++i) {
+            const auto byte = static_cast<unsigned char>(bytes[i]);
             all |= byte;
-            to[i] = static_cast<char>(byte + (static_cast<unsigned char>(byte - 'A') < letters ? 0x20 : 0));
+            bytes[i] =
+                static_cast<char>(byte + (static_cast<unsigned char>(byte - 'A') < letters ? 0x20 : 0));
         }
-        std::memset(bytes + size, 0, kBlock + 1);
         return all < 0x80;
     }
 

@@ -240,12 +240,21 @@ std::vector<std::string> QueryContainer::expandedFolderPaths(std::string_view pa
 std::vector<SearchResult> QueryContainer::expandMatchingItemsForSearchResult(
     const SearchResult& result) const {
     std::vector<SearchResult> folders;
-    for (auto& path : expandedFolderPaths(result.path)) {
-        auto& folder = folders.emplace_back(SearchResult::ofDirectory(
-            result.searchResultSuppliedBy, std::move(path), result.checkToSeeIfItExists));
-        folder.strikeThroughDisplayNameIfMissing = result.strikeThroughDisplayNameIfMissing;
-    }
+    for (auto& path : expandedFolderPaths(result.path))
+        folders.push_back(folderOnTheWay(result, std::move(path), true));
     return folders;
+}
+
+SearchResult QueryContainer::folderOnTheWay(const SearchResult& result, std::string path, bool attributes) {
+    SearchResult folder;
+    folder.searchResultSuppliedBy = result.searchResultSuppliedBy;
+    folder.diskKey = DiskKey("");
+    folder.path = std::move(path);
+    folder.isDirectory = true;
+    folder.checkToSeeIfItExists = result.checkToSeeIfItExists;
+    folder.ignoreSearchLocation = result.ignoreSearchLocation;
+    if (attributes) folder.readAttributesFromDisk();
+    return folder;
 }
 
 std::vector<QueryContainer::StyledRange> QueryContainer::styleQueryString(bool showErrors) const {

@@ -100,6 +100,8 @@ class QueryContainer {
     std::vector<std::string> expandedFolderPaths(std::string_view path) const;
     // One directory record for each, with the result's flags passed on; empty if there is none.
     std::vector<SearchResult> expandMatchingItemsForSearchResult(const SearchResult& result) const;
+    // The record of one of them; its dates are read from the disk only on wish.
+    static SearchResult folderOnTheWay(const SearchResult& result, std::string path, bool attributes);
 
     // How the front end marks the line, in order: commands, then (on wish) words that were not understood.
     enum class Style { command, error };

@@ -39,7 +39,8 @@ Json asJson(const Command& command) {
     object["text"] = command.commandToString();
     object["consumed"] = wordsAsJson(command.commandConsumedParts);
     const nlohmann::json fields = command.explainedFields();
-    for (const auto& [key, value] : fields.items()) object.emplace(key, Json(value));
+    for (const auto& [key, value] : fields.items())
+        object.emplace(key, Json(value));
     return object;
 }
 

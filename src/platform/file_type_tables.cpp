@@ -177,8 +177,10 @@ class Builder {
     void settleExtensions() {
         for (const auto& [extension, candidate] : best_)
             tables_.extensions.emplace(extension, candidate.type);
-        for (const auto& [extension, candidate] : exactBest_)
+        for (const auto& [extension, candidate] : exactBest_) {
             tables_.exactExtensions.emplace(extension, candidate.type);
+            tables_.longestExactExtension = std::max(tables_.longestExactExtension, extension.size());
+        }
     }
 
     FileTypeTables& tables_;

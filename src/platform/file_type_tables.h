@@ -43,7 +43,8 @@ struct FileTypeTables {
     std::vector<Node> nodes;
     IdsByText names;            // identifiers and all other names
     IdsByText extensions;       // lower case
-    IdsByText exactExtensions;  // those that the database tells apart by case
+    IdsByText exactExtensions;  // those that the database tells apart by case: a handful of short ones
+    std::size_t longestExactExtension = 0;
     std::optional<FileTypeId> typeScript;
     std::optional<FileTypeId> transportStream;
 };

@@ -63,7 +63,9 @@ std::size_t FileTypes::count() const {
 std::optional<FileTypeId> FileTypes::forExtension(std::string_view extension) const {
     if (extension.empty() || extension.size() > kLongestExtension) return std::nullopt;
     const FileTypeTables& all = tables();
-    if (const auto exact = FileTypeTables::find(all.exactExtensions, extension)) return exact;
+    if (extension.size() <= all.longestExactExtension) {
+        if (const auto exact = FileTypeTables::find(all.exactExtensions, extension)) return exact;
+    }
     std::array<char, kLongestExtension> lowered;
     std::ranges::transform(extension, lowered.begin(), [](char byte) {
         return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte | 0x20) : byte;
@@ -73,9 +75,12 @@ std::optional<FileTypeId> FileTypes::forExtension(std::string_view extension) co
 
 std::optional<FileTypeId> FileTypes::ofFile(const std::string& path) const {
     const auto type = forExtension(path::extension(path));
-    if (type && type == tables().typeScript && beginsLikeTransportStream(path))
-        return tables().transportStream;
-    return type;
+    const auto alternative = type ? alternativeTo(*type) : std::nullopt;
+    return alternative && beginsLikeTransportStream(path) ? alternative : type;
+}
+
+std::optional<FileTypeId> FileTypes::alternativeTo(FileTypeId type) const {
+    return type == tables().typeScript ? tables().transportStream : std::nullopt;
 }
 
 std::optional<FileTypeId> FileTypes::named(std::string_view identifier) const {

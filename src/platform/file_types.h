@@ -52,6 +52,8 @@ class FileTypes {
     std::optional<FileTypeId> forExtension(std::string_view extension) const;
     // The type of a file by its extension, and by its first bytes where the extension leaves it open.
     std::optional<FileTypeId> ofFile(const std::string& path) const;
+    // The other type that a file with this type's extension may have; ofFile tells which of the two it is.
+    std::optional<FileTypeId> alternativeTo(FileTypeId type) const;
     // By its identifier in either naming.
     std::optional<FileTypeId> named(std::string_view identifier) const;
 

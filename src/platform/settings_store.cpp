@@ -100,7 +100,7 @@ void SettingsStore::State::load() {
     }
     try {
         setDamagedFileAside();
-    } catch (const Error&) {
+    } catch (const Error&) {  // NOLINT(bugprone-empty-catch)
         // Reading goes on without it; the next write fails with the reason.
     }
     std::lock_guard hold(lock);

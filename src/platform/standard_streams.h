@@ -22,4 +22,8 @@ WriteOutcome closeStream(StandardStream stream, int* errorNumber = nullptr);
 
 void ignoreBrokenPipes();
 
+// Takes the places of standard streams that were closed at the start, so that no file opened later gets their
+// number and with it what is printed. Call it first of all.
+void reserveStandardStreams();
+
 }  // namespace kestrix

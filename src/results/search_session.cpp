@@ -21,10 +21,8 @@ std::shared_ptr<SearchSession> SearchSession::create(SearchSessionView& view,
 }
 
 SearchSession::SearchSession(SearchSessionView& view, const SearchSessionEnvironment& environment)
-    : view_(view),
-      environment_(environment),
-      delayed_(environment.search.mainQueue),
-      finalResults_(environment.search.clock, environment.timing.flushInterval) {
+    : view_(view), environment_(environment), delayed_(environment.search.mainQueue) {
+    renewBucket();
     environment_.query.preferences.registerDefault("startSearchesAutomatically", true);
 }
 
@@ -63,8 +61,13 @@ void SearchSession::dropCurrentSearch() {
     if (currentSearchManager_) currentSearchManager_->stop();
     currentSearchManager_.reset();
     lastTotalNumberOfResultsReturned_ = 0;
-    finalResults_.empty();
+    renewBucket();
     stopFlushTimer();
+}
+
+// A new one lets the first row of a search through at once.
+void SearchSession::renewBucket() {
+    finalResults_.emplace(environment_.search.clock, environment_.timing.flushInterval);
 }
 
 // A line enters the history only if it was left standing for a while; one typed on top of it takes its place.
@@ -125,12 +128,12 @@ void SearchSession::searchManagerFoundItems(std::vector<SearchResult> items,
                                             const Query& forQuery) {
     if (forQuery != current_) return;
     lastTotalNumberOfResultsReturned_ = totalNumberOfResultsReturnedSoFar;
-    finalResults_.add(std::move(items));
+    finalResults_->add(std::move(items));
     if (isTimeToFlush()) flushResults();
 }
 
 bool SearchSession::isTimeToFlush() const {
-    return environment_.timing.flushInterval <= Seconds(0) || finalResults_.isTimeToEmpty();
+    return environment_.timing.flushInterval <= Seconds(0) || finalResults_->isTimeToEmpty();
 }
 
 // Looks after rows that wait while no further ones come.
@@ -153,7 +156,7 @@ void SearchSession::stopFlushTimer() {
 
 void SearchSession::flushResults() {
     if (!current_) return;
-    std::vector<SearchResult> items = finalResults_.empty();
+    std::vector<SearchResult> items = finalResults_->empty();
     if (items.empty()) return;
     if (Logger::shouldLog) LogFunc("rows: " + std::to_string(items.size()));
     // What a stopped search still delivers never reaches a list.

@@ -123,6 +123,7 @@ class SearchSession : public SearchManagerDelegate, public std::enable_shared_fr
     SearchSession(SearchSessionView& view, const SearchSessionEnvironment& environment);
 
     void dropCurrentSearch();
+    void renewBucket();
     void rememberLine(const std::string& line);
     void scheduleSearch(Seconds delay);
     bool isTimeToFlush() const;
@@ -136,7 +137,7 @@ class SearchSession : public SearchManagerDelegate, public std::enable_shared_fr
     GCDAdditions delayed_;
     std::shared_ptr<const QueryContainer> current_;
     std::shared_ptr<SearchManager> currentSearchManager_;
-    SearchResultsBucket finalResults_;
+    std::optional<SearchResultsBucket> finalResults_;  // always there; a new one for each search
     std::optional<MainQueue::Ticket> finalResultsFlushTimer_;
     std::int64_t lastTotalNumberOfResultsReturned_ = 0;
     int stopCounter_ = 0;

@@ -25,12 +25,14 @@ struct Candidate {
     std::size_t group;  // an item and the folders it was expanded to
 };
 
+constexpr std::size_t kItself = static_cast<std::size_t>(-1);
+
 // A path on its way into the set.
 struct Entry {
     std::int64_t key;
     SearchResult* item;
     std::size_t group;
-    std::string expansion;  // empty: the item itself
+    std::size_t folder;  // place among the folders that the slice expands to; kItself for the item
 };
 
 }  // namespace
@@ -68,13 +70,15 @@ std::shared_ptr<Merge::Work> Merge::pickNew(MergeSlice slice) {
     PathJudge paths(*setup_.query);
     std::vector<Entry> entries;
     entries.reserve(slice.count);
+    std::vector<std::string> folders;
     std::size_t group = 0;
     for (const MergePiece& piece : slice.pieces) {
         for (std::size_t at = piece.first; at < piece.last; ++at, ++group) {
             SearchResult* const item = &(*piece.batch)[at];
-            entries.push_back({paths.key(item->path), item, group, {}});
+            entries.push_back({paths.key(item->path), item, group, kItself});
             for (const std::string& folder : paths.expansionsOf(item->path)) {
-                entries.push_back({crc64(folder), item, group, folder});
+                entries.push_back({crc64(folder), item, group, folders.size()});
+                folders.push_back(folder);
             }
         }
     }
@@ -86,26 +90,16 @@ std::shared_ptr<Merge::Work> Merge::pickNew(MergeSlice slice) {
     auto work = std::make_shared<Work>();
     work->slice = std::move(slice);
     work->candidates.reserve(entries.size());
-    for (Entry& entry : entries) {
+    for (const Entry& entry : entries) {
         if (!entry.item) continue;
         SearchResult* candidate = entry.item;
-        if (!entry.expansion.empty()) {
-            candidate =
-                &work->expansions.emplace_back(expansionRecord(*entry.item, std::move(entry.expansion)));
+        if (entry.folder != kItself) {
+            candidate = &work->expansions.emplace_back(QueryContainer::folderOnTheWay(
+                *entry.item, std::move(folders[entry.folder]), setup_.attributes));
         }
         work->candidates.push_back({candidate, entry.group});
     }
     return work;
-}
-
-SearchResult Merge::expansionRecord(const SearchResult& item, std::string path) const {
-    SearchResult record = setup_.attributes
-                              ? SearchResult::ofDirectory(item.searchResultSuppliedBy, std::move(path),
-                                                          item.checkToSeeIfItExists)
-                              : SearchResult(item.searchResultSuppliedBy, DiskKey(""), std::move(path), true,
-                                             0, 0, 0, 0, item.checkToSeeIfItExists, false);
-    record.ignoreSearchLocation = item.ignoreSearchLocation;
-    return record;
 }
 
 void Merge::judge(const std::shared_ptr<Work>& work, std::size_t first, std::size_t last) {

@@ -46,7 +46,6 @@ class Merge {
 
     void judgeSlice(MergeSlice slice);
     std::shared_ptr<Work> pickNew(MergeSlice slice);
-    SearchResult expansionRecord(const SearchResult& item, std::string path) const;
     void judge(const std::shared_ptr<Work>& work, std::size_t first, std::size_t last);
     void shareOut(const std::shared_ptr<Work>& work, std::size_t first, std::size_t last);
     bool passes(SearchResult& item, PathJudge& paths) const;

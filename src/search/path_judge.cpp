@@ -10,13 +10,15 @@ namespace kestrix {
 
 PathJudge::PathJudge(const QueryContainer& query)
     : query_(query),
-      everywhere_(!query.whereLocation() || !query.querySearchArguments().checkPathForResults) {}
+      everywhere_(!query.whereLocation() || !query.querySearchArguments().checkPathForResults),
+      systemFolders_(systemFolders()) {}
 
 std::int64_t PathJudge::key(std::string_view path) {
     // The checksum has no final step, so it goes on from that of the folder.
     const auto name = nameInFolder(path);
     if (!name) return crc64(path);
-    return static_cast<std::int64_t>(crc64_ecma182(folderCrc_, name->data(), name->size()));
+    if (!folderCrc_) folderCrc_ = crc64_ecma182(0, folder_.data(), folder_.size());
+    return static_cast<std::int64_t>(crc64_ecma182(*folderCrc_, name->data(), name->size()));
 }
 
 const std::vector<std::string>& PathJudge::expansionsOf(std::string_view path) {
@@ -76,7 +78,7 @@ std::optional<std::string_view> PathJudge::nameInFolder(std::string_view path) {
 void PathJudge::rememberFolder(std::string_view folder) {
     folder_ = folder;
     plain_ = folder.front() == '/' && folder.find("//") == std::string_view::npos;
-    folderCrc_ = crc64_ecma182(0, folder.data(), folder.size());
+    folderCrc_.reset();
     expanded_ = false;
     inLocation_.reset();
     children_.reset();
@@ -86,10 +88,9 @@ void PathJudge::rememberFolder(std::string_view folder) {
 // neighbours.
 bool PathJudge::holdsSpecialChild() const {
     const auto isChild = [this](std::string_view path) {
-        const std::size_t slash = path.rfind('/');
-        return slash != std::string_view::npos && path.substr(0, slash + 1) == folder_;
+        return path.starts_with(folder_) && path.find('/', folder_.size()) == std::string_view::npos;
     };
-    if (std::ranges::any_of(systemFolders(), isChild)) return true;
+    if (std::ranges::any_of(systemFolders_, isChild)) return true;
     if (!query_.whereLocation()) return false;
     return std::ranges::any_of(query_.whereLocation()->allTargets(),
                                [&](const SearchTarget& target) { return isChild(target.folder()); });

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -38,12 +39,13 @@ class PathJudge {
     bool isLeftOutAlone(std::string_view path) const;
 
     const QueryContainer& query_;
-    const bool everywhere_;  // every path is in the location
+    const bool everywhere_;                                  // every path is in the location
+    const std::span<const std::string_view> systemFolders_;  // telling them costs a system call
 
     // The folder of the last path, with its slash, and what is known of it so far.
     std::string folder_;
     bool plain_ = false;  // absolute and without empty components
-    std::uint64_t folderCrc_ = 0;
+    std::optional<std::uint64_t> folderCrc_;
     bool expanded_ = false;
     std::optional<bool> inLocation_;
     enum class Children { allLeftOut, byName, eachAlone };

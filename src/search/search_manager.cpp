@@ -177,7 +177,7 @@ SearchManager::SearchManager(std::weak_ptr<SearchManagerDelegate> delegate, Sear
 
 SearchManager::~SearchManager() = default;
 
-void SearchManager::searchFor(std::shared_ptr<const QueryContainer> query) {
+void SearchManager::searchFor(const std::shared_ptr<const QueryContainer>& query) {
     state_->currentSearchQuery.set(query);
     if (judgesAttributes(query->querySearchArguments())) state_->attributes = true;
     state_->merge = std::make_unique<Merge>(

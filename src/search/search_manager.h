@@ -88,7 +88,7 @@ class SearchManager : public SearchDataSourceDelegate, public std::enable_shared
     ~SearchManager() override;
 
     // Starts the search and returns at once. To be called once.
-    void searchFor(std::shared_ptr<const QueryContainer> query);
+    void searchFor(const std::shared_ptr<const QueryContainer>& query);
 
     // Ends the search from any thread; the finish message follows when the workers have ended.
     void stop();

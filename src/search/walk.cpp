@@ -20,6 +20,10 @@ constexpr std::size_t kHandOverCount = 256;
 // How many entries of one large folder are read between two looks at whether the walk was stopped.
 constexpr std::size_t kEntriesBetweenStopTests = 1024;
 
+// A range that ends "now" was worked out when the line was read, and moves on while the search runs: the end
+// of a range of dates rules a file out only from this many seconds on.
+constexpr std::int64_t kRangeAge = 86'400;
+
 // The longest path that one system call takes, with room for its null byte.
 constexpr std::size_t kLongestPath = 4095;
 
@@ -130,7 +134,8 @@ void FolderQueue::giveOpenSlotBack() {
 // One thread's share: its buffer, its scratch strings and the results it has not handed over yet.
 class Walk::Worker {
   public:
-    explicit Worker(Walk& walk) : walk_(walk), rules_(walk.rules_) {}
+    explicit Worker(Walk& walk)
+        : walk_(walk), rules_(walk.rules_), takesEverything_(walk.rules_.query.isORCommandSearch()) {}
 
     void work() {
         FolderQueue::Slice slice;
@@ -218,10 +223,15 @@ class Walk::Worker {
     }
 
     bool matches(std::string_view name) const {
-        return rules_.query.isORCommandSearch() || rules_.query.fsItemNameStringIncludesWordsFromQuery(name);
+        return takesEverything_ || rules_.query.fsItemNameStringIncludesWordsFromQuery(name);
     }
 
+    // A path is built only for what passes all that can be told without one.
     void addResult(const OpenDirectory& directory, std::string_view name, bool isFolder, DiskKey diskKey) {
+        FileAttributes attributes;
+        const bool known = rules_.attributes && directory.attributesOf(name.data(), attributes) == 0;
+        if (isFolder) attributes.size = 0;
+        if (known && !takesEverything_ && isRuledOut(attributes)) return;
         SearchResult& result = found_.emplace_back();
         result.searchResultSuppliedBy = SearchResultSupplier::fileSystem;
         result.diskKey = diskKey;
@@ -230,18 +240,28 @@ class Walk::Worker {
         result.path.append(folder_);
         if (result.path.back() != '/') result.path.push_back('/');
         result.path.append(name);
-        if (!rules_.attributes) return;
-        FileAttributes attributes;
-        if (directory.attributesOf(name.data(), attributes) != 0) return;
-        result.size = isFolder ? 0 : attributes.size;
+        result.size = attributes.size;
         result.modDate = attributes.modified.seconds;
         result.creationDate = attributes.created.seconds;
         result.lastAccessDate = attributes.accessed.seconds;
     }
 
+    // The commands of the line are the judges; this only spares them what they are sure to turn down.
+    bool isRuledOut(const FileAttributes& attributes) const {
+        const QuerySearchArguments& wanted = rules_.query.querySearchArguments();
+        const auto isOutside = [](const std::optional<NumberRange>& range, std::int64_t date) {
+            if (!range) return false;
+            return date < range->lowerBound ||
+                   (date >= range->upperBound && date - range->upperBound >= kRangeAge);
+        };
+        return (wanted.fileSize && !wanted.fileSize->contains(static_cast<std::int64_t>(attributes.size))) ||
+               isOutside(wanted.modificationDate, attributes.modified.seconds) ||
+               isOutside(wanted.creationDate, attributes.created.seconds);
+    }
+
     // Whether the folders in `folder_` lie high enough.
     bool childrenAreToBeEntered() const {
-        return !walk_.maxDepth_ || walk_.maxDepth_->letsEnter(path::components(folder_).size() + 1);
+        return !walk_.maxDepth_ || walk_.maxDepth_->letsEnterChildrenOf(folder_);
     }
 
     bool isToBeEntered(std::string_view name) {
@@ -304,6 +324,7 @@ class Walk::Worker {
 
     Walk& walk_;
     const Rules& rules_;
+    const bool takesEverything_;  // what does not hold the words may still satisfy the commands
     DirectoryReader reader_;
     std::string folder_;      // the folder being read
     std::string childNames_;  // of its child folders

@@ -58,7 +58,7 @@ void appendLine(const std::string& file, const std::string& line) {
 std::atomic<bool> Logger::shouldLog = false;
 std::atomic<Logger*> Logger::shared = nullptr;
 
-Logger::Logger(std::string cacheFolder, MainQueue& mainQueue, Clock& clock)
+Logger::Logger(const std::string& cacheFolder, MainQueue& mainQueue, Clock& clock)
     : urls_{path::join(cacheFolder, "Today's Log.txt"), path::join(cacheFolder, "Previous Log.txt")},
       mainQueue_(mainQueue),
       clock_(clock) {}

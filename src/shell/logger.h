@@ -40,7 +40,7 @@ class Logger {
         std::string yesterdayLogURL;
     };
 
-    Logger(std::string cacheFolder, MainQueue& mainQueue, Clock& clock = Clock::system());
+    Logger(const std::string& cacheFolder, MainQueue& mainQueue, Clock& clock = Clock::system());
 
     // Writes one message, whatever shouldLog says.
     void log(std::string_view message);

@@ -54,7 +54,8 @@ def passes(name, line, sound):
             return False
     if sound:
         pieces = [p for p in name.replace("/", " ").replace(".", " ").split(" ") if p]
-        return bool({soundex(p) for p in pieces} & {soundex(w) for w in bare})
+        # A one-letter word has no sound, so it matches nothing, not even another one.
+        return bool({soundex(p) for p in pieces} & {soundex(w) for w in bare} - {""})
     if "OR" not in plain:
         return all(w in low for w in bare)
     groups, group = [], []

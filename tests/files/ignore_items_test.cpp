@@ -105,6 +105,17 @@ TEST_F(Ignoring, EditsDoNotDisturbAListThatIsInUse) {
     EXPECT_TRUE(running.includesFolder("/a"));
 }
 
+TEST_F(Ignoring, EditsOfTwoProcessesAtOnceAreBothKept) {
+    IgnoreItems here = folders({"old", "shared"});
+    SettingsStore otherStore(store_.file());
+    Preferences otherPreferences(otherStore);
+    IgnoreItems there(otherPreferences);
+    there.addFolder("theirs");
+    here.remove(here.pathComponents().at(0).id);
+    here.addFolder("ours");
+    EXPECT_EQ(stored("ignoreFolders"), (Texts{"shared", "theirs", "ours"}));
+}
+
 TEST_F(Ignoring, RowsOfItemsCanBeEditedAndHeadingsCannot) {
     preferences_.set("ignoreExtensions", {"tmp"});
     IgnoreItems items = folders({"a", "b"});

@@ -22,6 +22,9 @@ TEST_F(FolderCommandsTest, InsideInQuotesIsOneWholeComponentTheFilesNameAmongThe
     EXPECT_FALSE(accepts(":inside \"animals\"", "/Users/x/myanimals2/cat.jpg"));
     EXPECT_TRUE(accepts(":inside \"animals\"", "/Users/x/animals"));
     EXPECT_TRUE(accepts(":inside \"my cats\"", "/x/My Cats/a"));
+    EXPECT_TRUE(accepts(":inside \"cat\"", "/cats/tomcat/CAT"));
+    EXPECT_FALSE(accepts(":inside \"cat\"", "/cats/tomcat/a cat"));
+    EXPECT_FALSE(accepts(":inside \"x/y\"", "/x/y/z"));
     EXPECT_TRUE(accepts(":inside \"caf\u00e9\"", "/x/CAFE\u0301/menu"));
 }
 
@@ -41,7 +44,8 @@ TEST_F(FolderCommandsTest, ExcludedFoldersMayBeNamedWithADashASlashOrQuotes) {
 
 TEST_F(FolderCommandsTest, AFavouriteReplacesTheStandardSourcesAndTheLocation) {
     favourites = {{"docs", folder.path()}};
-    const auto docs = query(": remembered docs", SearchLocation(std::vector<std::string>{"/elsewhere"}));
+    const QueryContainer docs(": remembered docs", SearchLocation(std::vector<std::string>{"/elsewhere"}),
+                              false, environment);
     EXPECT_FALSE(docs.isWordBasedSearch());
     EXPECT_TRUE(docs.pathIsInQueryLocation(folder.path("x")));
     EXPECT_TRUE(docs.suppliedDataSources().empty());

@@ -163,12 +163,12 @@ TEST_F(QueryContainerTest, FoldersOnTheWayWhoseNamesHoldWordsAreGiven) {
     folder.folder("Zoo");
     SearchResult result = resultAt(folder.path("Zoo/file"));
     result.searchResultSuppliedBy = SearchResultSupplier::fileSystem;
-    result.checkToSeeIfItExists = result.strikeThroughDisplayNameIfMissing = true;
+    result.checkToSeeIfItExists = result.ignoreSearchLocation = true;
     const auto folders = query("zoo").expandMatchingItemsForSearchResult(result);
     ASSERT_EQ(folders.size(), 1u);
     EXPECT_EQ(folders[0].path, folder.path("Zoo"));
     EXPECT_TRUE(folders[0].isDirectory);
-    EXPECT_TRUE(folders[0].checkToSeeIfItExists && folders[0].strikeThroughDisplayNameIfMissing);
+    EXPECT_TRUE(folders[0].checkToSeeIfItExists && folders[0].ignoreSearchLocation);
     EXPECT_GT(folders[0].modDate, 0);
 }
 

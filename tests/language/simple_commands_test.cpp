@@ -136,6 +136,16 @@ TEST_F(SimpleCommandsTest, TypesAreWhatPeopleCallThem) {
     EXPECT_FALSE(UTICommand("image", assistant).isTemplateEqualTo(UTICommand("text", assistant)));
 }
 
+TEST_F(SimpleCommandsTest, ContentDecidesWhatTheExtensionLeavesOpen) {
+    std::string packets(200, 'x');
+    packets[0] = packets[188] = 'G';
+    const std::string film = folder.file("film.ts", packets);
+    const std::string code = folder.file("code.ts", "export {}");
+    EXPECT_TRUE(accepts(":is video", film) && accepts(":is typescript", code));
+    EXPECT_FALSE(accepts(":is video", code) || accepts(":is typescript", film));
+    EXPECT_FALSE(accepts(":is image", film) || accepts(":is image", code));
+}
+
 TEST_F(SimpleCommandsTest, OneTypeCommandJudgesForManyThreads) {
     const auto images = command(":is image");
     const QueryContainer empty = query("");
@@ -219,10 +229,12 @@ TEST_F(SimpleCommandsTest, DepthCountsTheFoldersAboveAFile) {
     EXPECT_TRUE(accepts(":max depth 2", "/a/b/c.txt"));
     EXPECT_TRUE(accepts(":max depth 0", "/a/b/c/d/e"));
     EXPECT_TRUE(accepts(":max depth -2", "/a/b/c/d/e"));
-    EXPECT_TRUE(query(": max depth 1").isWordBasedSearch() == false);
-    EXPECT_TRUE(MaxDepth(2).letsEnter(2));
-    EXPECT_FALSE(MaxDepth(2).letsEnter(3));
-    EXPECT_TRUE(MaxDepth(0).letsEnter(300));
+    EXPECT_FALSE(query(": max depth 1").isWordBasedSearch());
+    EXPECT_TRUE(MaxDepth(2).letsEnterChildrenOf("/a"));
+    EXPECT_FALSE(MaxDepth(2).letsEnterChildrenOf("/a/b"));
+    EXPECT_FALSE(MaxDepth(2).letsEnterChildrenOf("//a//b/"));
+    EXPECT_TRUE(MaxDepth(1).letsEnterChildrenOf("/"));
+    EXPECT_TRUE(MaxDepth(0).letsEnterChildrenOf("/a/b/c/d"));
 }
 
 TEST_F(SimpleCommandsTest, LengthsAreStrictAndCountCharacters) {

@@ -24,10 +24,20 @@ bool holds(std::string_view path, std::string_view wanted) {
     return text::composed(text::lowered(path)).find(wanted) != std::string::npos;
 }
 
+// Whether a component of the path in lower case is the text. The same two ways.
 bool hasComponent(std::string_view path, std::string_view wanted) {
-    const std::string lowered = text::composed(text::lowered(path));
-    const auto components = path::components(lowered);
-    return std::ranges::find(components, wanted) != components.end();
+    if (!text::isAscii(path)) {
+        const std::string lowered = text::composed(text::lowered(path));
+        const auto components = path::components(lowered);
+        return std::ranges::find(components, wanted) != components.end();
+    }
+    if (wanted.empty() || wanted.find('/') != std::string_view::npos) return false;
+    const auto next = [&](std::size_t from) { return text::findIgnoringCase(path, wanted, from); };
+    for (std::size_t at = next(0); at != std::string::npos; at = next(at + 1)) {
+        const std::size_t end = at + wanted.size();
+        if ((at == 0 || path[at - 1] == '/') && (end == path.size() || path[end] == '/')) return true;
+    }
+    return false;
 }
 
 }  // namespace

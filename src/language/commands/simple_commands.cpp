@@ -25,6 +25,17 @@ bool equalsLowered(std::string_view text, std::string_view lowered) {
     });
 }
 
+// As many as path::components gives, counted without making them.
+std::int64_t componentCount(std::string_view path) {
+    std::int64_t count = 0;
+    for (std::size_t at = 0; at < path.size();) {
+        const std::size_t slash = std::min(path.find('/', at), path.size());
+        if (slash > at) ++count;
+        at = slash + 1;
+    }
+    return count;
+}
+
 std::string_view nameOf(LengthChoice choice) {
     return choice == LengthChoice::max ? "max" : "min";
 }
@@ -87,9 +98,17 @@ CommandApplyResult UTICommand::commandImpApply(SearchResult& result, SearchDataS
     const std::string_view extension = path::extension(result.path);
     if (extension.empty()) return CommandApplyResult::exclude;
     if (wantedUTI_ == "app") return acceptIf(extension == "app");
-    const FileTypes& types = assistant_.types();
-    const auto type = result.isDirectory ? types.forExtension(extension) : types.ofFile(result.path);
-    return acceptIf(type && isWanted(*type));
+    const auto type = assistant_.types().forExtension(extension);
+    return acceptIf(type && (result.isDirectory ? isWanted(*type) : isWanted(*type, result.path)));
+}
+
+// A file is opened only where its content decides: source trees are full of files whose extension leaves
+// their type open, and most words mean both types or neither.
+bool UTICommand::isWanted(FileTypeId type, const std::string& path) {
+    const bool wanted = isWanted(type);
+    const auto alternative = assistant_.types().alternativeTo(type);
+    if (!alternative || isWanted(*alternative) == wanted) return wanted;
+    return assistant_.types().ofFile(path) == type ? wanted : !wanted;
 }
 
 bool UTICommand::isWanted(FileTypeId type) {
@@ -169,8 +188,8 @@ std::shared_ptr<Command> ShowAllFiles::copy() const {
     return std::make_shared<ShowAllFiles>(*this);
 }
 
-bool MaxDepth::letsEnter(std::size_t componentsOfFolder) const {
-    return maxDepth_ < 1 || static_cast<std::int64_t>(componentsOfFolder) <= maxDepth_;
+bool MaxDepth::letsEnterChildrenOf(std::string_view folder) const {
+    return maxDepth_ < 1 || componentCount(folder) + 1 <= maxDepth_;
 }
 
 std::string MaxDepth::commandToString() const {
@@ -184,8 +203,7 @@ nlohmann::json MaxDepth::explainedFields() const {
 CommandApplyResult MaxDepth::commandImpApply(SearchResult& result, SearchDataSourceDelegate*,
                                              const QueryContainer&) {
     // As many folders are above a file as its own folder has components.
-    const auto components = static_cast<std::int64_t>(path::components(result.path).size());
-    return acceptIf(maxDepth_ < 1 || maxDepth_ >= components - 1);
+    return acceptIf(maxDepth_ < 1 || maxDepth_ >= componentCount(result.path) - 1);
 }
 
 std::shared_ptr<Command> MaxDepth::copy() const {

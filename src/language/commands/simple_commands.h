@@ -59,6 +59,7 @@ class UTICommand : public Command {
   private:
     enum Verdict : std::uint8_t { unknown, no, yes };
 
+    bool isWanted(FileTypeId type, const std::string& path);
     bool isWanted(FileTypeId type);
     bool judge(FileTypeId type) const;
 
@@ -132,8 +133,8 @@ class MaxDepth : public Command {
     explicit MaxDepth(std::int64_t maxDepth) : maxDepth_(maxDepth) {}
 
     std::int64_t maxDepth() const { return maxDepth_; }
-    // Whether a walk goes into a folder whose path has that many components.
-    bool letsEnter(std::size_t componentsOfFolder) const;
+    // Whether a walk goes into the folders that lie in this one.
+    bool letsEnterChildrenOf(std::string_view folder) const;
 
     std::string_view className() const override { return "MaxDepth"; }
     std::string commandToString() const override;

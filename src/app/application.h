@@ -1,0 +1,113 @@
+// The composition root: makes every process-wide service and hands each to whoever needs it.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/clock.h"
+#include "base/main_queue.h"
+#include "base/notification_center.h"
+#include "files/disks.h"
+#include "language/language_parse.h"
+#include "language/query_container.h"
+#include "platform/mounts.h"
+#include "platform/settings_store.h"
+#include "platform/user_folders.h"
+#include "search/file_system_search.h"
+#include "search/search_manager.h"
+#include "shell/activity.h"
+#include "shell/guru_meditation.h"
+#include "shell/logger.h"
+#include "shell/preferences.h"
+#include "stores/favorite_folders.h"
+#include "stores/history.h"
+#include "stores/recents.h"
+
+namespace kestrix {
+
+// What a front end brings along.
+struct ApplicationOptions {
+    std::string version;
+    std::string buildNumber;
+    GuruMeditation::ShowAlert showAlert;
+    SettingsStore::Damaged settingsDamaged;
+    Clock& clock = Clock::system();
+    MountTable& mounts = MountTable::system();
+    std::optional<UserFolders> folders{};  // none: those of the environment
+};
+
+// Which of the standard sources a search uses, and how patient it is.
+struct SearchPlan {
+    bool walk = true;
+    bool metadata = true;
+    bool showActivities = false;  // running walks stand in the list of activities
+    SearchTiming timing;
+};
+
+// Each service is made when it is first asked for, after those it builds on, and all go in reverse order of
+// their declaration: a command that needs three of them pays for three. Nothing is read or written by making
+// one. Threads: the accessors belong to the thread that runs the main queue; what they return may be used as
+// its own header says. Must outlive every search that was started with it, also one that was stopped and is
+// still winding down.
+class Application {
+  public:
+    explicit Application(ApplicationOptions options);
+    ~Application();
+    Application(const Application&) = delete;
+    Application& operator=(const Application&) = delete;
+
+    const ApplicationOptions& options() const { return options_; }
+    Clock& clock() { return options_.clock; }
+    const UserFolders& folders();
+    RunLoop& mainQueue() { return mainQueue_; }
+
+    NotificationCenter& notifications();
+    SettingsStore& settingsStore();
+    Preferences& preferences();
+    Logger& logger();
+    GMTrace& trace() { return trace_; }
+    GuruMeditation& failures();
+    ActivityController& activities();
+    DiskInfoManager& disks();
+    const LanguageParse& language();
+    HistoryController& history();
+    RecentItems& recentItems();
+    RecentLocations& recentLocations();
+    FavoriteFolders& favoriteFolders();
+
+    QueryEnvironment queryEnvironment();
+    WalkCounters& walkCounters() { return walkCounters_; }
+    SearchEnvironment searchEnvironment(const SearchPlan& plan);
+
+    // Switches the log on for this run.
+    void startLogging();
+
+    // What a launch leaves in the settings: the build that ran, the first favourites. What is there already
+    // costs no write.
+    // Front ends call it before they change settings of their own accord. Throws Error.
+    void noteLaunch();
+
+  private:
+    ApplicationOptions options_;
+    RunLoop mainQueue_;
+    GMTrace trace_;
+    WalkCounters walkCounters_;
+    std::unique_ptr<UserFolders> folders_;
+    std::unique_ptr<NotificationCenter> notifications_;
+    std::unique_ptr<SettingsStore> settingsStore_;
+    std::unique_ptr<Preferences> preferences_;
+    std::unique_ptr<Logger> logger_;
+    std::unique_ptr<GuruMeditation> failures_;
+    std::unique_ptr<ActivityController> activities_;
+    std::unique_ptr<DiskInfoManager> disks_;
+    std::unique_ptr<LanguageParse> language_;
+    std::unique_ptr<HistoryController> history_;
+    std::unique_ptr<RecentItems> recentItems_;
+    std::unique_ptr<RecentLocations> recentLocations_;
+    std::unique_ptr<FavoriteFolders> favoriteFolders_;
+};
+
+}  // namespace kestrix

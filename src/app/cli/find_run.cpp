@@ -1,0 +1,286 @@
+#include "app/cli/find_run.h"
+
+#include <fmt/format.h>
+
+#include <cstdlib>
+#include <iterator>
+
+#include "app/cli/display_text.h"
+#include "app/cli/environment.h"
+#include "base/error.h"
+#include "base/text.h"
+#include "platform/system_info.h"
+
+namespace kestrix::cli {
+namespace {
+
+constexpr Seconds kFlushInterval = Seconds(0.5);
+constexpr Seconds kProgressDelay = Seconds(0.5);
+constexpr Seconds kProgressInterval = Seconds(0.1);
+
+// The settings are written once the first results have had their chance: a write that reaches the disk costs
+// a millisecond here and many on slow disks.
+constexpr Seconds kHistoryDelay = Seconds(0.05);
+
+// How long an interrupted search may take to end in order. It takes longer only when a write to standard
+// output is stuck in a full pipe.
+constexpr Seconds kInterruptPatience = Seconds(2);
+
+bool colourIsWelcome() {
+    return environmentValue("NO_COLOR").empty() && environmentValue("TERM") != "dumb";
+}
+
+// 130 for Ctrl-C, as shells count.
+int exitCodeOf(int signal) {
+    return 128 + signal;
+}
+
+double milliseconds(SteadyTime from, SteadyTime to) {
+    return std::chrono::duration<double, std::milli>(to - from).count();
+}
+
+}  // namespace
+
+// The watcher comes first: every thread that is made later inherits its signal mask.
+FindRun::FindRun(CommandContext& context, FindRequest request)
+    : context_(context),
+      application_(context.application),
+      output_(context.output),
+      request_(std::move(request)),
+      interrupts_(std::make_unique<InterruptWatcher>([this](int signal) { interrupted(signal); })) {}
+
+int FindRun::run() {
+    session_ = SearchSession::create(*this, sessionEnvironment());
+    MainQueue& queue = application_.mainQueue();
+    if (request_.entersHistory) queue.postAfter(kHistoryDelay, [this] { noteInHistory(); });
+    if (progress_.isPossible()) queue.postAfter(kProgressDelay, [this] { drawProgress(); });
+    session_->doSearch();
+    if (!ended_) application_.mainQueue().run();
+    progress_.clear();
+    printGathered();
+    output_.flush();
+    noteInHistory();
+    if (request_.stats) printStats();
+    const int code = exitCode();
+    std::lock_guard hold(mutex_);
+    allDone_ = true;
+    answered_.notify_all();
+    return code;
+}
+
+SearchSessionEnvironment FindRun::sessionEnvironment() {
+    SearchPlan plan;
+    plan.walk = request_.walk;
+    plan.metadata = request_.metadata;
+    plan.showActivities = progress_.isPossible();
+    plan.timing.grace = Seconds(0);
+    SearchSessionTiming timing;
+    timing.startSearchDelay = Seconds(0);
+    timing.historyDelay = Seconds(0);
+    timing.flushInterval = Seconds(0);
+    std::function<void(const std::string&)> addQueryToHistory;
+    if (request_.entersHistory) addQueryToHistory = [this](const std::string& line) { historyLine_ = line; };
+    searchEnvironment_ = std::make_unique<SearchEnvironment>(application_.searchEnvironment(plan));
+    return {*searchEnvironment_, application_.queryEnvironment(), std::move(addQueryToHistory), timing};
+}
+
+std::optional<SearchLocation> FindRun::locationFromPopupIndex() {
+    return locationOf(request_, application_.disks(), application_.folders().home);
+}
+
+bool FindRun::wantsAttributes() {
+    if (request_.countOnly) return false;
+    return needsAttributes(request_.form) || (request_.sort && needsAttributes(*request_.sort));
+}
+
+std::optional<bool> FindRun::searchInsideSystemAndApps() {
+    return request_.insideSystem ? std::optional(true) : std::nullopt;
+}
+
+void FindRun::searchHasStarted(const Query& query) {
+    PrintStyle style;
+    style.form = request_.form;
+    style.nulEnds = request_.nulEnds;
+    style.terminal = isTerminal(StandardStream::output);
+    if (style.terminal && colourIsWelcome()) {
+        for (const std::string& word : query->searchWordsHighlightStrings()) {
+            style.markedWords.push_back(text::lowered(word));
+        }
+    }
+    printer_ = std::make_unique<ResultPrinter>(output_, std::move(style));
+    if (!request_.countOnly) printer_->printHeader();
+    onlyFilters_ = !query->isWordBasedSearch() && query->suppliedDataSources().empty();
+    if (!query->unusedCommandAreaWords().empty()) {
+        complain("not understood as a command: " +
+                 inQuotes(query->unusedCommandAreaWords().front().textOriginalCase) +
+                 "; kestrix explain shows how the line is read");
+    }
+}
+
+void FindRun::addResults(std::vector<SearchResult> results, const Query&) {
+    if (ended_ || results.empty()) return;
+    progress_.clear();
+    const bool areFirst = !firstResult_;
+    if (areFirst) firstResult_ = application_.clock().steadyNow();
+    take(results);
+    if (areFirst) {
+        flushNow();
+    } else if (output_.hasGathered()) {
+        flushSoon();
+    }
+    const bool isFull = request_.limit && found_ >= *request_.limit && (!request_.sort || request_.countOnly);
+    if (isFull || !output_.isOpen()) stop();
+}
+
+void FindRun::take(std::vector<SearchResult>& results) {
+    const bool sorts = request_.sort && !request_.countOnly;
+    if (request_.limit && !sorts) {
+        const auto room = static_cast<std::size_t>(*request_.limit - found_);
+        if (results.size() > room) results.resize(room);
+    }
+    found_ += static_cast<std::int64_t>(results.size());
+    if (request_.countOnly) return;
+    if (sorts) {
+        gathered_.insert(gathered_.end(), std::make_move_iterator(results.begin()),
+                         std::make_move_iterator(results.end()));
+        return;
+    }
+    for (const SearchResult& result : results)
+        printer_->print(result);
+}
+
+void FindRun::flushSoon() {
+    if (flushIsDue_) return;
+    flushIsDue_ = true;
+    application_.mainQueue().postAfter(kFlushInterval, [this] {
+        flushIsDue_ = false;
+        if (!ended_) flushNow();
+    });
+}
+
+void FindRun::flushNow() {
+    progress_.clear();
+    output_.flush();
+    if (!output_.isOpen()) stop();
+}
+
+void FindRun::searchesHaveCompleted(const Query&) {
+    end();
+}
+
+void FindRun::queryIsEmpty(const Query&) {
+    emptyQuery_ = true;
+    end();
+}
+
+// On the watcher's thread. Ending the process here is the way out when the main thread hangs in a write that
+// nobody reads.
+void FindRun::interrupted(int signal) {
+    interruptedBy_ = signal;
+    application_.mainQueue().post([this] { stop(); });
+    Clock& clock = application_.clock();
+    std::unique_lock hold(mutex_);
+    const bool done = clock.waitUntil(hold, answered_, later(clock.steadyNow(), kInterruptPatience),
+                                      [this] { return allDone_; });
+    if (!done) std::_Exit(exitCodeOf(signal));
+}
+
+void FindRun::stop() {
+    if (ended_) return;
+    ended_ = true;
+    session_->stopSearch();
+    application_.mainQueue().quit();
+}
+
+void FindRun::end() {
+    if (ended_) return;
+    ended_ = true;
+    application_.mainQueue().quit();
+}
+
+// A line that cannot be kept is no reason to fail a search that works.
+void FindRun::noteInHistory() {
+    if (!historyLine_) return;
+    const std::string line = std::move(*historyLine_);
+    historyLine_.reset();
+    try {
+        application_.noteLaunch();
+        application_.history().addQuery(line);
+    } catch (const Error& error) {
+        progress_.clear();
+        complain(std::string("the line is not in the history: ") + error.what());
+    }
+}
+
+void FindRun::drawProgress() {
+    if (ended_) return;
+    const WalkCounters& counters = application_.walkCounters();
+    std::string text = "Searching";
+    const auto items = application_.activities().items();
+    if (!items.empty()) {
+        const ActivityItem::Texts texts = items.back()->texts();
+        text = texts.leftText + (texts.rightText.empty() ? "" : ": " + texts.rightText);
+    }
+    progress_.show(fmt::format("{} - {} entries in {} folders, {} found", text, counters.entries.load(),
+                               counters.directories.load(), found_));
+    application_.mainQueue().postAfter(kProgressInterval, [this] { drawProgress(); });
+}
+
+// What is printed only when the search is through: an interrupted one keeps to what stands there already.
+void FindRun::printGathered() {
+    if (interruptedBy_ != 0 || emptyQuery_) return;
+    if (request_.countOnly) {
+        output_.appendNumber(static_cast<std::uint64_t>(found_));
+        output_.append('\n');
+        return;
+    }
+    if (!request_.sort) return;
+    sortResults(gathered_, *request_.sort, request_.reverse);
+    if (request_.limit && gathered_.size() > static_cast<std::size_t>(*request_.limit)) {
+        gathered_.resize(static_cast<std::size_t>(*request_.limit));
+    }
+    for (const SearchResult& result : gathered_) {
+        if (!output_.isOpen()) return;
+        printer_->print(result);
+    }
+}
+
+void FindRun::printStats() {
+    const WalkCounters& counters = application_.walkCounters();
+    const std::int64_t directories = counters.directories;
+    std::string text = fmt::format("results             {}\n", found_);
+    text +=
+        fmt::format("files seen          {}\n", std::max<std::int64_t>(counters.entries - directories, 0));
+    text += fmt::format("folders seen        {}\n", directories);
+    text += fmt::format("folders unreadable  {}\n", counters.unreadable.load());
+    if (firstResult_) {
+        text += fmt::format("first result after  {:.1f} ms\n", milliseconds(context_.started, *firstResult_));
+    }
+    text += fmt::format("total time          {:.1f} ms\n",
+                        milliseconds(context_.started, application_.clock().steadyNow()));
+    text += fmt::format("peak memory         {:.1f} MB\n", static_cast<double>(peakMemory()) / 1e6);
+    writeTo(StandardStream::error, text);
+}
+
+int FindRun::exitCode() {
+    if (interruptedBy_ != 0) return exitCodeOf(interruptedBy_);
+    if (emptyQuery_) {
+        complain("nothing to look for: the line is empty; give at least one word");
+        return kExitNothing;
+    }
+    if (found_ == 0 && onlyFilters_) {
+        complain("nothing to look for: the line only leaves names out; add a word to find");
+    }
+    const std::int64_t unreadable = application_.walkCounters().unreadable;
+    if (request_.strict && unreadable > 0) {
+        complain(fmt::format("{} {} could not be read", unreadable, unreadable == 1 ? "folder" : "folders"));
+        return kExitFailure;
+    }
+    return found_ > 0 ? kExitFound : kExitNothing;
+}
+
+int runFind(const Arguments& arguments, CommandContext& context) {
+    return FindRun(context, resolveFind(arguments)).run();
+}
+
+}  // namespace kestrix::cli

@@ -1,0 +1,82 @@
+// One search of the command line, from its start to its exit code.
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "app/application.h"
+#include "app/cli/commands.h"
+#include "app/cli/find_request.h"
+#include "app/cli/progress_line.h"
+#include "platform/interrupts.h"
+#include "results/search_session.h"
+
+namespace kestrix::cli {
+
+// Prints results as they come, or all at the end when they are sorted or counted. The search ends with its
+// last source, with the limit, with an interrupt, or when nobody reads any more; in the last three cases its
+// threads may still wind down when run returns, so the application must live on until the process ends.
+class FindRun : private SearchSessionView {
+  public:
+    FindRun(CommandContext& context, FindRequest request);
+
+    // Once. Returns the exit code, with everything printed but the output not closed.
+    int run();
+
+  private:
+    std::string queryText() override { return request_.line; }
+    std::optional<SearchLocation> locationFromPopupIndex() override;
+    bool soundexOn() override { return request_.soundex; }
+    bool wantsAttributes() override;
+    std::optional<bool> searchInsideSystemAndApps() override;
+    void searchHasStarted(const Query& query) override;
+    void addResults(std::vector<SearchResult> results, const Query& query) override;
+    void searchesHaveCompleted(const Query& query) override;
+    void queryIsEmpty(const Query& query) override;
+
+    SearchSessionEnvironment sessionEnvironment();
+    void interrupted(int signal);
+    void stop();
+    void end();
+    void take(std::vector<SearchResult>& results);
+    void flushSoon();
+    void flushNow();
+    void noteInHistory();
+    void drawProgress();
+    void printGathered();
+    void printStats();
+    int exitCode();
+
+    CommandContext& context_;
+    Application& application_;
+    OutputWriter& output_;
+    FindRequest request_;
+
+    std::atomic<int> interruptedBy_ = 0;  // the signal's number
+    std::mutex mutex_;
+    std::condition_variable answered_;
+    bool allDone_ = false;  // under mutex_
+
+    std::unique_ptr<SearchEnvironment> searchEnvironment_;
+    std::unique_ptr<ResultPrinter> printer_;
+    ProgressLine progress_;
+    std::vector<SearchResult> gathered_;  // with a sort column
+    std::optional<std::string> historyLine_;
+    std::optional<SteadyTime> firstResult_;
+    std::int64_t found_ = 0;
+    bool ended_ = false;
+    bool emptyQuery_ = false;
+    bool onlyFilters_ = false;
+    bool flushIsDue_ = false;
+
+    // Declared last: their threads end before anything they use.
+    std::shared_ptr<SearchSession> session_;
+    std::unique_ptr<InterruptWatcher> interrupts_;
+};
+
+}  // namespace kestrix::cli
