@@ -41,13 +41,14 @@ std::string_view UTIAssistant::utiSubstitution(std::string_view word) {
 // The lock is held for the dictionary alone: a description may have to be read from disk.
 std::optional<std::string> UTIAssistant::kindStringForExtension(std::string_view extension) const {
     if (extension.empty()) return std::nullopt;
-    const auto known = kindStringCache_.read([extension](const auto& cache) {
-        const auto found = cache.find(extension);
-        return found == cache.end() ? std::nullopt : std::optional(found->second);
-    });
-    if (known) return *known;
-
     std::optional<std::string> kind;
+    const bool isKnown = kindStringCache_.read([&](const auto& cache) {
+        const auto found = cache.find(extension);
+        if (found != cache.end()) kind = found->second;
+        return found != cache.end();
+    });
+    if (isKnown) return kind;
+
     if (const auto type = types_.forExtension(extension)) {
         const std::string& description = types_.describe(*type).description;
         if (!description.empty()) kind = text::withFirstCharacterUpper(description);

@@ -88,8 +88,8 @@ class CommandWorld : public ::testing::Test {
              .variableCompletors = {}});
     }
 
-    QueryContainer query(std::string_view line, std::optional<SearchLocation> where = std::nullopt) {
-        return QueryContainer(line, std::move(where), false, environment);
+    QueryContainer query(std::string_view line) {
+        return QueryContainer(line, std::nullopt, false, environment);
     }
     // The only command of a line.
     std::shared_ptr<Command> command(std::string_view line) {

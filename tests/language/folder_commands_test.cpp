@@ -44,7 +44,8 @@ TEST_F(FolderCommandsTest, ExcludedFoldersMayBeNamedWithADashASlashOrQuotes) {
 
 TEST_F(FolderCommandsTest, AFavouriteReplacesTheStandardSourcesAndTheLocation) {
     favourites = {{"docs", folder.path()}};
-    const auto docs = query(": remembered docs", SearchLocation(std::vector<std::string>{"/elsewhere"}));
+    const QueryContainer docs(": remembered docs", SearchLocation(std::vector<std::string>{"/elsewhere"}),
+                              false, environment);
     EXPECT_FALSE(docs.isWordBasedSearch());
     EXPECT_TRUE(docs.pathIsInQueryLocation(folder.path("x")));
     EXPECT_TRUE(docs.suppliedDataSources().empty());
