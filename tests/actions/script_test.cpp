@@ -102,6 +102,7 @@ TEST_F(ScriptTest, AFailingScriptIsToldWithItsStatusAndFirstComplaint) {
         [&] { scripter_.runScript(path, {}, {}, [&](const Error* failure) { code = failure->code(); }); });
     EXPECT_EQ(alerts, Texts{"the script \"bad\" ended with status 3: no disk"});
     EXPECT_EQ(code, 3);
+    EXPECT_EQ(scripter_.failuresSoFar(), 1u);
 }
 
 TEST_F(ScriptTest, TheLogHoldsTheNameAndWhatTheScriptWrote) {
