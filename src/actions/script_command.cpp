@@ -43,7 +43,7 @@ void ScriptCommand::run(Scripter::Paths targetFiles, Scripter::Completion comple
 
 std::string ScriptCommand::commandToString() const {
     std::string text = "run " + typedWord(name_);
-    if (!varArg_.empty()) text += " with";
+    if (!varArg_.empty()) text += " using";
     for (const SentenceComponent& word : varArg_)
         text += " " + typedAgain(word);
     return text;

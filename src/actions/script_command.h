@@ -1,4 +1,4 @@
-// "run backup with last week": the sentence that runs one of the user's scripts instead of a search.
+// "run backup using last week": the sentence that runs one of the user's scripts instead of a search.
 #pragma once
 
 #include <memory>
@@ -27,7 +27,7 @@ using TargetType = std::variant<AppleScriptTarget, ShortcutTarget>;
 // nothing. The scripter outlives every query.
 class ScriptCommand : public Command {
   public:
-    // `name`: what a line calls the script by. `varArg`: the words behind "with".
+    // `name`: what a line calls the script by. `varArg`: the words behind "using".
     ScriptCommand(TargetType type, std::string name, SentenceComponents varArg, Scripter& scripter)
         : type_(std::move(type)), name_(std::move(name)), varArg_(std::move(varArg)), scripter_(scripter) {}
 

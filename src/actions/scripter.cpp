@@ -179,6 +179,7 @@ void Scripter::runShortcut(const std::string& shortcutName, const Completion& co
 }
 
 void Scripter::report(const Error& failure) {
+    ++failuresSoFar_;
     LogFunc(failure.what());
     if (failures_) failures_->showErrorAlert(failure);
 }

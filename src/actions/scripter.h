@@ -1,9 +1,8 @@
 // Runs the user's scripts over files.
 #pragma once
 
+#include <atomic>
 #include <functional>
-#include <map>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -72,6 +71,8 @@ class Scripter {
     void stop();
     // Blocks until no background run is left.
     void waitUntilAllHaveEnded();
+    // Of background runs and shortcuts.
+    std::size_t failuresSoFar() const { return failuresSoFar_; }
 
   private:
     // A stop ends every run that began, or was asked for, before it.
@@ -89,6 +90,7 @@ class Scripter {
     const std::string scriptsFolder_;
     GuruMeditation* const failures_;
     Locked<Runs> runs_;
+    std::atomic<std::size_t> failuresSoFar_ = 0;
     OperationQueue queue_{2, "scripts"};
 };
 

@@ -16,6 +16,7 @@ namespace {
 using Moment = std::optional<std::int64_t>;
 
 constexpr int kFirstYear = 1600;  // the calendar in use today, everywhere in the West a little later
+constexpr int kLastYear = 9999;
 constexpr int kSecondsPerHour = 3600;
 constexpr int kSecondsPerMinute = 60;
 
@@ -129,7 +130,10 @@ Moment readIso(std::string_view text) {
     if (!time || cursor.isAtEnd()) return time ? momentOf(*date, *time) : std::nullopt;
     const auto offset = readZone(cursor);
     if (!offset || !cursor.isAtEnd()) return std::nullopt;
-    return greenwichMoment(*date, *time) - *offset;
+    const std::int64_t moment = greenwichMoment(*date, *time) - *offset;
+    const int localYear = dateOf(moment).year;
+    const bool isWritable = localYear >= kFirstYear && localYear <= kLastYear;
+    return isWritable ? Moment(moment) : std::nullopt;
 }
 
 // Three numbers with the same sign between them. The order matters only where it is not plain: a year in

@@ -102,6 +102,7 @@ TEST_F(ScriptTest, AFailingScriptIsToldWithItsStatusAndFirstComplaint) {
         [&] { scripter_.runScript(path, {}, {}, [&](const Error* failure) { code = failure->code(); }); });
     EXPECT_EQ(alerts, Texts{"the script \"bad\" ended with status 3: no disk"});
     EXPECT_EQ(code, 3);
+    EXPECT_EQ(scripter_.failuresSoFar(), 1u);
 }
 
 TEST_F(ScriptTest, TheLogHoldsTheNameAndWhatTheScriptWrote) {
@@ -177,7 +178,7 @@ class ScriptCommandTest : public ScriptTest {
 
 TEST_F(ScriptCommandTest, ASentenceNamesItsScriptAndKeepsTheFurtherWords) {
     const std::string path = script("tidy up.shell");
-    const auto read = query(": run tidy up with Big \"two words\" *.txt");
+    const auto read = query(": run tidy up using Big \"two words\" *.txt");
     const auto command = read.commandOfType<ScriptCommand>();
     ASSERT_NE(command, nullptr);
     EXPECT_EQ(command->type(), TargetType(AppleScriptTarget{path}));
@@ -193,7 +194,7 @@ TEST_F(ScriptCommandTest, ItsTextParsesToTheSameCommand) {
     script("tidy up.shell");
     script("a\"b*.shell");
     for (const char* line :
-         {": run tidy up", ": run \"a\\\"b*\" with x", ": run tidy up with a* *b \"c d\" \"*\""}) {
+         {": run tidy up", ": run \"a\\\"b*\" using x", ": run tidy up using a* *b \"c d\" \"*\""}) {
         const auto first = query(line).commandOfType<ScriptCommand>();
         ASSERT_NE(first, nullptr) << line;
         const auto again = query(": " + first->commandToString()).commandOfType<ScriptCommand>();
@@ -210,7 +211,7 @@ TEST_F(ScriptCommandTest, ItsTextParsesToTheSameCommand) {
 
 TEST_F(ScriptCommandTest, RunHandsOverTheFilesThenTheWordsAsTyped) {
     script("save.shell", "#!/bin/sh\nprintf '%s|' \"$@\" > \"$0.got\"\n");
-    query(": run save with Big words").commandOfType<ScriptCommand>()->run({"/a b", "/c"});
+    query(": run save using Big words").commandOfType<ScriptCommand>()->run({"/a b", "/c"});
     scripter_.waitUntilAllHaveEnded();
     std::ifstream got(folder_.path("scripts/save.shell.got"));
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(got), {}), "/a b|/c|Big|words|");

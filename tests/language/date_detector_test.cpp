@@ -106,7 +106,9 @@ TEST_F(DateDetectorTest, WhatTheCalendarDoesNotHaveIsNoDate) {
                                    "-5 march 2016",
                                    "5 march 16.5",
                                    "10.0.0.1",
-                                   "99999-01-01"})
+                                   "99999-01-01",
+                                   "9999-12-31t23:59:59-23:59",
+                                   "1600-01-01t00:00+23:59"})
         EXPECT_EQ(DateDetector::simpleDatesInString(text, DateOrder::dayFirst), Moments()) << text;
     EXPECT_EQ(DateDetector::simpleDatesInString("2016-02-29").size(), 1u);
     EXPECT_EQ(DateDetector::simpleDatesInString("2000-02-29").size(), 1u);

@@ -273,12 +273,12 @@ TEST_F(SearchSessionTest, ALineThatNamesAScriptRunsItOverTheRowsAndSearchesNothi
     Scripter scripter(folder.path("scripts"));
     VariableLookups lookups;
     lookups.scripts = [&] { return scripter.scripts(); };
-    language = LanguageParse(makeVocabulary("run ~scriptName with ~varArg scriptCommand\n",
+    language = LanguageParse(makeVocabulary("run ~scriptName using ~varArg scriptCommand\n",
                                             {std::make_shared<ScriptCommandFactory>(scripter)}, lookups));
     sourceStays = true;
     search("cat");
     found("/home/kx/a cat", 1);
-    search("dog : run note with care");
+    search("dog : run note using care");
     loop.runPending();
     scripter.waitUntilAllHaveEnded();
     EXPECT_EQ(readWholeFile(script + ".got"), "/home/kx/a cat|care|");
@@ -288,7 +288,7 @@ TEST_F(SearchSessionTest, ALineThatNamesAScriptRunsItOverTheRowsAndSearchesNothi
     EXPECT_EQ(view.started, Paths{"cat"});
     EXPECT_EQ(view.scripts, 1);
     pass(5);
-    EXPECT_EQ(history, Paths{"dog : run note with care"});
+    EXPECT_EQ(history, Paths{"dog : run note using care"});
 }
 
 TEST_F(SearchSessionTest, ALineEntersTheHistoryOnlyIfItIsLeftStanding) {
