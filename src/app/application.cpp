@@ -1,7 +1,5 @@
 #include "app/application.h"
 
-#include <cstdlib>
-
 #include "actions/script_command.h"
 #include "base/error.h"
 #include "files/ignore_items.h"
@@ -130,8 +128,7 @@ const LanguageParse& Application::language() {
             sentences, commandFactories(clock(), typeNames(), scripter(), lookups.favouriteFolders),
             lookups));
     } catch (const Error& fault) {
-        const char* const path = std::getenv("KESTRIX_SENTENCES");
-        throw Error("Vocabulary", fault.code(), std::string(path ? path : "sentences") + ", " + fault.what());
+        throw Error("Vocabulary", fault.code(), sentencesPath() + ", " + fault.what());
     }
     return *language_;
 }
@@ -158,7 +155,7 @@ FavoriteFolders& Application::favoriteFolders() {
 }
 
 QueryEnvironment Application::queryEnvironment(std::string_view line) {
-    const bool needsLanguage = line.find(':') != std::string_view::npos || std::getenv("KESTRIX_SENTENCES");
+    const bool needsLanguage = line.find(':') != std::string_view::npos || !sentencesPath().empty();
     return {preferences(), needsLanguage ? language() : noLanguage_};
 }
 

@@ -53,9 +53,15 @@ std::string faultOf(const SentenceTemplate& sentence, const LanguageParse::Vocab
 
 }  // namespace
 
-std::string sentencesInForce() {
+std::string sentencesPath() {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing here changes the environment
     const char* const path = std::getenv("KESTRIX_SENTENCES");
-    if (!path || !*path) return std::string(shippedSentences());
+    return path ? path : "";
+}
+
+std::string sentencesInForce() {
+    const std::string path = sentencesPath();
+    if (path.empty()) return std::string(shippedSentences());
     auto text = readWholeFile(path);
     if (!text) throw Error(kDomain, 0, fmt::format("{}: there is no such file of sentences", path));
     return std::move(*text);

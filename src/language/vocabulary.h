@@ -14,6 +14,9 @@ namespace kestrix {
 // The template file compiled into the program.
 std::string_view shippedSentences();
 
+// The file that KESTRIX_SENTENCES names; empty if it names none.
+std::string sentencesPath();
+
 // The template file in force: that which the environment variable KESTRIX_SENTENCES names by its path, or the
 // shipped one. Throws Error if the named file cannot be read.
 std::string sentencesInForce();

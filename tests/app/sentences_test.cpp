@@ -261,6 +261,11 @@ TEST_F(Sentences, AScriptIsRunByItsName) {
     EXPECT_EQ(program_.run({"find", ": run note it using Two \"more words\""}).code, 0);
     std::ifstream file(made);
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "Two|more words|");
+    std::ofstream(folder + "/broken.shell") << "#!/bin/sh\nexit 3\n";
+    std::filesystem::permissions(folder + "/broken.shell", std::filesystem::perms::owner_all);
+    const Outcome broken = program_.run({"find", ": run broken"});
+    EXPECT_EQ(broken.code, 2);
+    EXPECT_EQ(broken.errors.rfind("kestrix: ", 0), 0u) << broken.errors;
     EXPECT_EQ(output({"complete", ": run no"}), "\"note it\"\n");
     EXPECT_EQ(program_.run({"script", "run", "absent"}).code, 2);
 }

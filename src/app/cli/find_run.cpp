@@ -298,7 +298,7 @@ void FindRun::printStats() {
 
 int FindRun::exitCode() {
     if (interruptedBy_ != 0) return exitCodeOf(interruptedBy_);
-    if (ranScript_) return kExitFound;
+    if (ranScript_) return application_.scripter().failuresSoFar() > 0 ? kExitFailure : kExitFound;
     if (emptyQuery_) {
         if (!notedUnknownWords_) complain("nothing to look for: the line is empty; give at least one word");
         return kExitNothing;
