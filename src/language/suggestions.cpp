@@ -168,15 +168,18 @@ std::vector<UnknownStretch> unknownStretches(const QueryContainer& query, const 
     std::vector<UnknownStretch> stretches;
     bool goesOn = false;  // the last stretch, which nothing mends
     std::size_t looks = 0;
+    std::size_t end = 0;  // of the words at hand that made no command
     for (std::size_t i = 0; i < all.size();) {
         if (!isInvalid[i]) {
             goesOn = false;
             ++i;
             continue;
         }
-        const auto end =
-            std::find(isInvalid.begin() + static_cast<std::ptrdiff_t>(i), isInvalid.end(), false);
-        const auto count = static_cast<std::size_t>(end - isInvalid.begin()) - i;
+        if (i >= end) {
+            const auto from = isInvalid.begin() + static_cast<std::ptrdiff_t>(i);
+            end = static_cast<std::size_t>(std::find(from, isInvalid.end(), false) - isInvalid.begin());
+        }
+        const std::size_t count = end - i;
         std::optional<Suggestion> suggestion;
         if (looks++ < kMostLooks) suggestion = nearestSentence(language, all.subspan(i), count);
         const std::size_t taken = suggestion ? std::clamp<std::size_t>(suggestion->words, 1, count) : 1;
