@@ -13,7 +13,8 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
 endif()
 add_compile_options("$<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor;-Woverloaded-virtual>")
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
-    add_compile_options(-Wno-unknown-warning-option)
+    # libstdc++ 12 uses its own deprecated std::get_temporary_buffer in std::stable_sort, which clang reports as ours.
+    add_compile_options(-Wno-unknown-warning-option -Wno-deprecated-declarations)
 endif()
 
 if(KESTRIX_SANITIZE)
