@@ -1,5 +1,6 @@
 #include "app/cli/command_line.h"
 
+#include <algorithm>
 #include <array>
 #include <new>
 #include <system_error>
@@ -73,7 +74,10 @@ ApplicationOptions commandLineOptions() {
     options.version = KESTRIX_VERSION;
     options.buildNumber = KESTRIX_BUILD_NUMBER;
     options.showAlert = [](const Error& error, const std::function<std::string()>&) {
-        complain(error.what());
+        std::string text = error.what();
+        std::replace(text.begin(), text.end(), '\n',
+                     ' ');  // an alert has room for several lines, this has not
+        complain(text);
     };
     options.settingsDamaged = [](const std::string& keptAs) {
         complain("the settings file was damaged; it is kept as " + inQuotes(keptAs) +

@@ -211,6 +211,8 @@ void FindRun::queryIsEmpty(const Query& query) {
 // nobody reads.
 void FindRun::interrupted(int signal) {
     interruptedBy_ = signal;
+    // The main thread is waiting for the script, if there is one, and hears of nothing until it has ended.
+    if (ranScript_) application_.scripter().stop();
     application_.mainQueue().post([this] { stop(); });
     Clock& clock = application_.clock();
     std::unique_lock hold(mutex_);

@@ -76,7 +76,7 @@ class FindRun : private SearchSessionView {
     bool ended_ = false;
     bool emptyQuery_ = false;
     bool onlyFilters_ = false;
-    bool ranScript_ = false;
+    std::atomic<bool> ranScript_ = false;
     bool notedUnknownWords_ = false;
     bool flushIsDue_ = false;
 
