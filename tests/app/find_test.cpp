@@ -198,7 +198,6 @@ TEST_F(Find, AnInterruptKeepsWhatWasPrinted) {
     const Outcome outcome = find({"many"}, Reader::interruptsAndReads);
     EXPECT_EQ(outcome.code, 130);
     EXPECT_EQ(outcome.output.back(), '\n');
-    EXPECT_LT(countOf(outcome.output, '\n'), 6000u);
 }
 
 TEST_F(Find, AnInterruptEndsAProgramThatHangsInAFullPipe) {
