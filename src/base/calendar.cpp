@@ -50,27 +50,43 @@ int64_t askOffset(int64_t seconds) {
     return days * kSecondsPerDay + fields.tm_hour * 3600 + fields.tm_min * 60 + fields.tm_sec - seconds;
 }
 
-// One kibibyte a thread, direct-mapped: the times of one folder seldom need more quarters of an hour than
-// this.
+// What a stretch of time shows more than Greenwich, unless that changes inside it.
 struct Remembered {
     int64_t bucket = INT64_MIN;  // a number that no bucket has
     int32_t offset = 0;
     bool changesInside = false;
 };
-constexpr std::size_t kRemembered = 64;
-constinit thread_local std::array<Remembered, kRemembered> remembered{};
+
+// A direct-mapped table of stretches, one a thread.
+template <int64_t kSeconds, std::size_t kCount>
+struct Stretches {
+    const Remembered& at(int64_t seconds) {
+        const int64_t bucket = floorDivide(seconds, kSeconds);
+        Remembered& entry = entries[static_cast<std::size_t>(bucket) % kCount];
+        if (entry.bucket != bucket) {
+            const int64_t first = bucket * kSeconds;
+            const int64_t offset = askOffset(first);
+            entry = {bucket, static_cast<int32_t>(offset), askOffset(first + kSeconds - 1) != offset};
+        }
+        return entry;
+    }
+
+    std::array<Remembered, kCount> entries{};
+};
+
+// The dates of a long listing are spread over years, so whole weeks are remembered first: 12 days are well
+// below the shortest time for which any zone has ever moved its clocks there and back again, so equal ends
+// mean that nothing happens between them. 512 of them reach over 17 years.
+constinit thread_local Stretches<1 << 20, 512> weeks;
+constinit thread_local Stretches<kBucketSeconds, 64> quarters;
 
 // The last changes from local mean time, around 1900, came at any second: a quarter of an hour that ends with
 // another offset than it began with is asked about each time.
 int64_t offsetAt(int64_t seconds) {
-    const int64_t bucket = floorDivide(seconds, kBucketSeconds);
-    Remembered& entry = remembered[static_cast<std::size_t>(bucket) % kRemembered];
-    if (entry.bucket != bucket) {
-        const int64_t first = bucket * kBucketSeconds;
-        const int64_t offset = askOffset(first);
-        entry = {bucket, static_cast<int32_t>(offset), askOffset(first + kBucketSeconds - 1) != offset};
-    }
-    return entry.changesInside ? askOffset(seconds) : entry.offset;
+    const Remembered& week = weeks.at(seconds);
+    if (!week.changesInside) return week.offset;
+    const Remembered& quarter = quarters.at(seconds);
+    return quarter.changesInside ? askOffset(seconds) : quarter.offset;
 }
 
 int64_t localSeconds(int64_t seconds) {

@@ -17,8 +17,8 @@ struct LocalTime {
 };
 
 // The fields of `secondsSince1970` in the time zone of the process (TZ or the system's). Any thread;
-// remembers the zone's offset per quarter of an hour and thread, so that neighbouring times cost no call of
-// the C library. A change of TZ while the process runs is not noticed by threads that have asked before.
+// remembers the zone's offset over stretches of time, a thread each, so that neighbouring times cost no call
+// of the C library. A change of TZ while the process runs is not noticed by threads that have asked before.
 LocalTime localTime(int64_t secondsSince1970);
 
 // Whether two moments lie on the same local day.

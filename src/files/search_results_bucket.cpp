@@ -23,7 +23,13 @@ void SearchResultsBucket::add(SearchResult result) {
     items_.push_back(std::move(result));
 }
 
+// A batch that comes into an empty bucket is the usual case where every arrival is shown at once: it passes
+// through as it is.
 void SearchResultsBucket::add(std::vector<SearchResult> results) {
+    if (items_.empty()) {
+        items_ = std::move(results);
+        return;
+    }
     items_.insert(items_.end(), std::make_move_iterator(results.begin()),
                   std::make_move_iterator(results.end()));
 }
@@ -32,13 +38,9 @@ bool SearchResultsBucket::isTimeToEmpty() const {
     return clock_.steadyNow() - lastFlush_ > asTicks(interval_);
 }
 
-// The bucket keeps its room: it fills to much the same height again until the next update.
 std::vector<SearchResult> SearchResultsBucket::empty() {
-    std::vector<SearchResult> taken(std::make_move_iterator(items_.begin()),
-                                    std::make_move_iterator(items_.end()));
-    items_.clear();
     lastFlush_ = clock_.steadyNow();
-    return taken;
+    return std::exchange(items_, {});
 }
 
 }  // namespace kestrix

@@ -45,7 +45,7 @@ char loweredByte(char byte) {
 }  // namespace
 
 std::span<const std::string_view> systemFolders() {
-    const bool isRoot = ::geteuid() == 0;
+    static const bool isRoot = ::geteuid() == 0;  // asked for each folder of a walk
     return std::span(kSystemFolders).first(std::size(kSystemFolders) - (isRoot ? 1 : 0));
 }
 
