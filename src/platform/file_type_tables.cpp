@@ -95,9 +95,7 @@ class Builder {
     }
 
     void addAlias(const std::string& alias, const std::string& type) {
-        const FileTypeId id = idOf(type);
-        node(id).aliases.push_back(alias);
-        tables_.names.emplace(alias, id);
+        tables_.names.emplace(alias, idOf(type));
     }
 
     void addParent(FileTypeId type, FileTypeId parent) {

@@ -21,7 +21,6 @@ struct FileTypeTables {
         std::string identifier;
         std::vector<FileTypeId> parents{};
         std::vector<std::string> otherNames{};  // well-known
-        std::vector<std::string> aliases{};
         std::vector<std::string> extensions{};
         std::string fallbackDescription{};
     };

@@ -97,7 +97,6 @@ const FileType& FileTypes::describe(FileTypeId type) const {
         made.otherNames = node.otherNames;
         made.extensions = node.extensions;
         if (node.identifier.find('/') != std::string::npos) made.mimeTypes.push_back(node.identifier);
-        made.mimeTypes.insert(made.mimeTypes.end(), node.aliases.begin(), node.aliases.end());
         for (const FileTypeId ancestor : all.lineage(type)) {
             if (ancestor == type) continue;
             const FileTypeTables::Node& parent = all.nodes[ancestor];

@@ -24,7 +24,9 @@ struct FileType {
     std::string description;              // "PNG image"; empty if nobody tells
     std::vector<std::string> parents;     // all identifiers that it conforms to, the nearest first
     std::vector<std::string> extensions;  // without dots before them
-    std::vector<std::string> mimeTypes;   // the identifier, if it is one, and other names in that form
+    // The identifier, if it is one. The database's aliases only lead here: some are plain wrong
+    // ("image/pdf").
+    std::vector<std::string> mimeTypes;
 };
 
 // The shared MIME database, over a table of the usual types of our own that serves where the database is not

@@ -58,6 +58,7 @@ TEST_F(UTIAssistantTest, AWordIsSoughtInAllThatIsKnownOfAType) {
         {"ear", "app", false},         // though its MIME name begins so
         {"APP", "app", false},         //
         {"png", "", false},            //
+        {"pdf", "image", false},       // though the database once called it image/pdf
         {"nosuch", "nosuch", false},   //
         {"", "image", false},
     };

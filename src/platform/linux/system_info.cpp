@@ -1,8 +1,8 @@
 #include "platform/system_info.h"
 
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <sched.h>
-#include <sys/resource.h>
 #include <sys/utsname.h>
 #include <syslog.h>
 
@@ -102,12 +102,9 @@ std::string resolvedPath(const std::string& path) {
     return resolved ? resolved.get() : std::string();
 }
 
-std::size_t raiseOpenFileLimit() {
-    rlimit limit{};
-    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return 0;
-    rlimit raised{limit.rlim_max, limit.rlim_max};
-    if (::setrlimit(RLIMIT_NOFILE, &raised) != 0) raised = limit;
-    return raised.rlim_cur;
+void reserveDescriptors(std::size_t count) {
+    const int last = ::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, static_cast<int>(count) - 1);
+    if (last >= 0) ::close(last);
 }
 
 void logToSystem(const std::string& message) {
