@@ -14,8 +14,9 @@ std::string workingDirectory();  // throws Error when it is gone
 // The path with symbolic links resolved; empty if it does not exist.
 std::string resolvedPath(const std::string& path);
 
-// Makes room for this many open files at once. Call it while the process has one thread: the kernel grows the table of a
-// process with several only after every processor has come to rest, which was measured to hold up a walk by 30 ms.
+// Makes room for this many open files at once. Call it while the process has one thread: the kernel grows the
+// table of a process with several only after every processor has come to rest, which was measured to hold up
+// a walk by 30 ms.
 void reserveDescriptors(std::size_t count);
 
 // One line to the system log, for what the program's own log cannot take.
