@@ -31,7 +31,7 @@ std::string nameOf(const TargetType& target, const Scripter& scripter) {
 
 void ScriptCommand::run(Scripter::Paths targetFiles, Scripter::Completion completion) const {
     if (const auto* shortcut = std::get_if<ShortcutTarget>(&type_)) {
-        scripter_.runShortcut(shortcut->name, std::move(completion));
+        scripter_.runShortcut(shortcut->name, completion);
         return;
     }
     Scripter::Paths args;

@@ -53,7 +53,7 @@ unsigned followZone() {
     static std::mutex mutex;
     thread_local std::string followed;
     thread_local unsigned changes = 0;
-    const char* const text = std::getenv("TZ");
+    const char* const text = std::getenv("TZ");  // NOLINT(concurrency-mt-unsafe): nothing here sets it
     const std::string_view wanted = text ? text : "\1";  // no TZ at all differs from an empty one
     if (changes == 0 || wanted != followed) {
         const std::lock_guard guard(mutex);

@@ -38,7 +38,7 @@ class DateCommand : public Command {
   public:
     // The clock outlives the command.
     DateCommand(const Clock& clock, DateCommandWhen when, DateCommandWhat what)
-        : clock_(clock), when_(std::move(when)), what_(what) {}
+        : clock_(clock), when_(when), what_(what) {}
 
     const DateCommandWhen& when() const { return when_; }
     DateCommandWhat what() const { return what_; }

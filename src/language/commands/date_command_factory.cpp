@@ -91,8 +91,8 @@ class Reckoner {
         if (!isCalendarDate({kLeapYear, from.month, from.day})) return std::nullopt;
         return period(from, behindMonthAt(2));
     }
-    When yearToYear() const { return period({.year = *yearAt(0)}, {.year = *yearAt(1) + 1}); }
-    When year() const { return period({.year = *yearAt(0)}, {.year = *yearAt(0) + 1}); }
+    When yearToYear() const { return period({.year = yearAt(0)}, {.year = *yearAt(1) + 1}); }
+    When year() const { return period({.year = yearAt(0)}, {.year = *yearAt(0) + 1}); }
 
     // The year may be given behind day and month; without one it is this year or the last.
     When dayMonth() const {
@@ -113,7 +113,7 @@ class Reckoner {
         return untilNow(beginning(isSince() ? monthAt(0, year) : behindMonthAt(0, year)).moment);
     }
     When beforeDate() const { return since1970(rangeOf(0).lowerBound); }
-    When beforeYear() const { return since1970(end({.year = *yearAt(0)}, first())); }
+    When beforeYear() const { return since1970(end({.year = yearAt(0)}, first())); }
     When beforeMonth() const { return since1970(end(monthAt(0, values_.numberIfGiven(1)), first())); }
 
   private:
@@ -247,6 +247,7 @@ constexpr std::array<Way, 22> kWays = {{
 
 std::vector<std::string> DateCommandCreator::commandNames() const {
     std::vector<std::string> names;
+    names.reserve(kWays.size());
     for (const auto& way : kWays)
         names.emplace_back(way.name);
     return names;
