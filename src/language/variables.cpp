@@ -200,6 +200,7 @@ auto askedOf(const Lookup& lookup) {
 template <typename Value>
 std::vector<std::string> namesOf(const Value& pairs) {
     std::vector<std::string> names;
+    names.reserve(pairs.size());
     for (const auto& [name, value] : pairs)
         names.push_back(name);
     return names;

@@ -49,7 +49,7 @@ class Lookout : public NullSearchDataSourceDelegate {
             const auto folders = query_.expandedFolderPaths(result.path);
             const bool isExpansion = std::find(folders.begin(), folders.end(), path_) != folders.end();
             if (result.path == path_) {
-                see(result.path, std::move(result));
+                see(path_, std::move(result));
             } else if (isExpansion) {
                 see(result.path, QueryContainer::folderOnTheWay(result, path_, true));
             }
