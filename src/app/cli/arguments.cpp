@@ -9,16 +9,16 @@
 namespace kestrix::cli {
 namespace {
 
-template <typename Specs>
-void appendNames(std::vector<std::string_view>& names, const Specs& specs) {
-    for (const auto& spec : specs)
-        names.push_back(spec.name);
+template <typename Rows>
+void appendNames(std::vector<std::string_view>& names, const Rows& rows) {
+    for (const auto& row : rows)
+        names.push_back(row.name);
 }
 
-template <typename Specs>
-std::vector<std::string_view> namesOf(const Specs& specs) {
+template <typename Rows>
+std::vector<std::string_view> namesOf(const Rows& rows) {
     std::vector<std::string_view> names;
-    appendNames(names, specs);
+    appendNames(names, rows);
     return names;
 }
 

@@ -265,11 +265,11 @@ constexpr std::array kCommands = {
     notBuilt("service", "searches for other programs"),
 };
 
-template <typename Spec>
-const Spec* named(std::span<const Spec> specs, std::string_view name) {
+template <typename Row>
+const Row* named(std::span<const Row> rows, std::string_view name) {
     const auto found =
-        std::find_if(specs.begin(), specs.end(), [&](const Spec& spec) { return spec.name == name; });
-    return found == specs.end() ? nullptr : &*found;
+        std::find_if(rows.begin(), rows.end(), [&](const Row& row) { return row.name == name; });
+    return found == rows.end() ? nullptr : &*found;
 }
 
 }  // namespace
