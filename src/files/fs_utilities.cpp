@@ -1,8 +1,6 @@
 // Both judgements run once for each result, so they allocate nothing and look at as few bytes as they can.
 #include "files/fs_utilities.h"
 
-#include <algorithm>
-
 #include "base/path.h"
 #include "platform/system_rules.h"
 
@@ -23,16 +21,6 @@ bool isNamedStart(std::string_view path, std::string_view start) {
     return !start.empty() && start != "/" && path::isOrIsBelow(path, start);
 }
 
-// isInSystemFolder for a path without trailing slash. The byte behind the folder's length is looked at first:
-// nearly every folder is ruled out by it, and this runs for each result.
-bool isInFolderOfTheSystem(std::string_view path) {
-    return std::ranges::any_of(systemFolders(), [path](std::string_view folder) {
-        const bool endsThere =
-            path.size() > folder.size() ? path[folder.size()] == '/' : path.size() == folder.size();
-        return endsThere && path.starts_with(folder);
-    });
-}
-
 }  // namespace
 
 // A start outside the system folders may still have one below it, so the path is judged whole then.
@@ -40,9 +28,9 @@ bool FSUtilities::isInsideOSDirectory(std::string_view path, std::string_view st
     path = path::withoutTrailingSlash(path);
     start = path::withoutTrailingSlash(start);
     if (isNamedStart(path, start)) {
-        return path.size() > start.size() && isInFolderOfTheSystem(path) && !isInFolderOfTheSystem(start);
+        return path.size() > start.size() && isInSystemFolder(path) && !isInSystemFolder(start);
     }
-    return path == "/" || isInFolderOfTheSystem(path);
+    return path == "/" || isInSystemFolder(path);
 }
 
 // Jumps from dot to dot: a component without one is neither hidden nor a package, and most have none.

@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <array>
 
-#include "base/path.h"
-
 namespace kestrix {
 
 namespace {
@@ -45,14 +43,18 @@ char loweredByte(char byte) {
 }  // namespace
 
 std::span<const std::string_view> systemFolders() {
-    static const bool isRoot = ::geteuid() == 0;  // asked for each folder of a walk
+    static const bool isRoot = ::geteuid() == 0;  // asked for each slice of results
     return std::span(kSystemFolders).first(std::size(kSystemFolders) - (isRoot ? 1 : 0));
 }
 
-// Asked once per folder of a walk: the system call for the user is left to the few paths that hang on it.
+// Asked for each folder of a walk and for results: the byte behind the folder's length, which rules nearly
+// every folder out, is looked at first, and the system call for the user is left to the few paths that hang
+// on it.
 bool isInSystemFolder(std::string_view path) {
     for (const std::string_view folder : kSystemFolders) {
-        if (path::isOrIsBelow(path, folder)) return folder != kHomeOfRoot || ::geteuid() != 0;
+        const bool endsThere =
+            path.size() > folder.size() ? path[folder.size()] == '/' : path.size() == folder.size();
+        if (endsThere && path.starts_with(folder)) return folder != kHomeOfRoot || ::geteuid() != 0;
     }
     return false;
 }
