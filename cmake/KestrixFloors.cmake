@@ -16,12 +16,16 @@ set(KESTRIX_FLOOR_media 9)
 set(KESTRIX_FLOOR_remote 9)
 set(KESTRIX_FLOOR_app 10)
 
-# kestrix_folder(NAME LINKS folders... LIBRARIES outside libraries...)
-# Every .cpp file below the folder belongs to it, except app/'s main.cpp.
+# kestrix_folder(NAME LINKS folders... LIBRARIES outside libraries... EXCLUDE subfolders...)
+# Every .cpp file below the folder belongs to it, except app/'s main.cpp and the subfolders that are programs of their
+# own and say so in a CMakeLists.txt there.
 function(kestrix_folder NAME)
-    cmake_parse_arguments(ARG "" "" "LINKS;LIBRARIES" ${ARGN})
+    cmake_parse_arguments(ARG "" "" "LINKS;LIBRARIES;EXCLUDE" ${ARGN})
     file(GLOB_RECURSE SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
     list(FILTER SOURCES EXCLUDE REGEX "/main\\.cpp$")
+    foreach(SUBFOLDER IN LISTS ARG_EXCLUDE)
+        list(FILTER SOURCES EXCLUDE REGEX "^${CMAKE_CURRENT_SOURCE_DIR}/${SUBFOLDER}/")
+    endforeach()
     if(NOT SOURCES)
         file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/empty.cpp "")
         set(SOURCES ${CMAKE_CURRENT_BINARY_DIR}/empty.cpp)
