@@ -89,12 +89,12 @@ int64_t offsetAt(int64_t seconds) {
     return quarter.changesInside ? askOffset(seconds) : quarter.offset;
 }
 
-int64_t localSeconds(int64_t seconds) {
-    seconds = std::clamp(seconds, -kFarthest, kFarthest);
+}  // namespace
+
+int64_t localSeconds(int64_t secondsSince1970) {
+    const int64_t seconds = std::clamp(secondsSince1970, -kFarthest, kFarthest);
     return seconds + offsetAt(seconds);
 }
-
-}  // namespace
 
 LocalTime localTime(int64_t secondsSince1970) {
     const int64_t local = localSeconds(secondsSince1970);

@@ -21,6 +21,10 @@ struct LocalTime {
 // of the C library. A change of TZ while the process runs is not noticed by threads that have asked before.
 LocalTime localTime(int64_t secondsSince1970);
 
+// The moment at which clocks in Greenwich show what local clocks show at the given one. Times too far off for
+// any calendar are brought to its ends.
+int64_t localSeconds(int64_t secondsSince1970);
+
 // Whether two moments lie on the same local day.
 bool sameLocalDay(int64_t a, int64_t b);
 

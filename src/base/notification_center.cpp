@@ -5,11 +5,16 @@
 
 namespace kestrix {
 
+NotificationCenter::Observation NotificationCenter::observe(const std::string& name, Handler handler) {
+    return observeObject(name, [handler = std::move(handler)](const std::any&) { handler(); });
+}
+
 // Entries of ended observations are swept out by the next observe or post under the same name, so that an
 // Observation needs no way back to its centre and may outlive it.
-NotificationCenter::Observation NotificationCenter::observe(const std::string& name, Handler handler) {
+NotificationCenter::Observation NotificationCenter::observeObject(const std::string& name,
+                                                                  ObjectHandler handler) {
     Observation observation;
-    observation.handler_ = std::make_shared<Handler>(std::move(handler));
+    observation.handler_ = std::make_shared<ObjectHandler>(std::move(handler));
     handlers_.modify([&](auto& handlers) {
         auto [at, end] = handlers.equal_range(name);
         while (at != end)
@@ -19,8 +24,8 @@ NotificationCenter::Observation NotificationCenter::observe(const std::string& n
     return observation;
 }
 
-void NotificationCenter::post(const std::string& name) {
-    std::vector<std::weak_ptr<Handler>> called;
+void NotificationCenter::post(const std::string& name, std::any object) {
+    std::vector<std::weak_ptr<ObjectHandler>> called;
     handlers_.modify([&](auto& handlers) {
         auto [at, end] = handlers.equal_range(name);
         while (at != end) {
@@ -33,9 +38,9 @@ void NotificationCenter::post(const std::string& name) {
         }
     });
     if (called.empty()) return;
-    queue_.post([called = std::move(called)] {
+    queue_.post([called = std::move(called), object = std::move(object)] {
         for (const auto& each : called) {
-            if (auto handler = each.lock()) (*handler)();
+            if (auto handler = each.lock()) (*handler)(object);
         }
     });
 }

@@ -1,6 +1,7 @@
 // Announcements by name: "this changed", to whoever asked to know.
 #pragma once
 
+#include <any>
 #include <functional>
 #include <map>
 #include <memory>
@@ -15,6 +16,8 @@ namespace kestrix {
 class NotificationCenter {
   public:
     using Handler = std::function<void()>;
+    // Gets what was posted along; empty if nothing was.
+    using ObjectHandler = std::function<void(const std::any& object)>;
 
     // Keeps a handler registered for as long as it lives. Movable, not copyable.
     class Observation {
@@ -25,20 +28,22 @@ class NotificationCenter {
 
       private:
         friend class NotificationCenter;
-        std::shared_ptr<Handler> handler_;
+        std::shared_ptr<ObjectHandler> handler_;
     };
 
     explicit NotificationCenter(MainQueue& queue) : queue_(queue) {}
 
     [[nodiscard]] Observation observe(const std::string& name, Handler handler);
+    [[nodiscard]] Observation observeObject(const std::string& name, ObjectHandler handler);
 
     // Calls every handler observed under the name, later, on the main queue. A handler whose Observation has
-    // ended by then is not called.
-    void post(const std::string& name);
+    // ended by then is not called. `object` is what the announcement is about, of a type that belongs to the
+    // name.
+    void post(const std::string& name, std::any object = {});
 
   private:
     MainQueue& queue_;
-    Locked<std::multimap<std::string, std::weak_ptr<Handler>>> handlers_;
+    Locked<std::multimap<std::string, std::weak_ptr<ObjectHandler>>> handlers_;
 };
 
 }  // namespace kestrix

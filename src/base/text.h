@@ -36,6 +36,11 @@ std::size_t characterCount(std::string_view text);
 // The characters in order, as views into `text`.
 std::vector<std::string_view> characters(std::string_view text);
 
+// The offset `count` characters before or behind an offset, or the text's start or end if there are fewer.
+// The text is valid UTF-8. One character of more than a thousand bytes may count as several.
+std::size_t charactersBefore(std::string_view text, std::size_t offset, std::size_t count);
+std::size_t charactersBehind(std::string_view text, std::size_t offset, std::size_t count);
+
 // The code point at a byte offset; moves the offset behind it. An invalid byte gives U+FFFD and moves on by
 // one.
 char32_t decode(std::string_view text, std::size_t& offset);

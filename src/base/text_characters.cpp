@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 
 #include "base/text.h"
 #include "base/text_utf8.h"
@@ -51,10 +52,31 @@ class CharacterBreaker {
     }
     std::size_t next() { return static_cast<std::size_t>(ubrk_next(iterator_.get())); }
 
+    // The boundary `count` characters before, or behind, the offset, or the end of the text there.
+    std::size_t before(std::size_t offset, std::size_t count) {
+        auto at = static_cast<int32_t>(offset);
+        for (; count > 0 && at > 0; --count) {
+            at = ubrk_preceding(iterator_.get(), at);
+        }
+        return static_cast<std::size_t>(std::max(at, 0));
+    }
+    std::size_t behind(std::size_t offset, std::size_t count, std::size_t size) {
+        auto at = static_cast<int32_t>(offset);
+        for (; count > 0 && at != UBRK_DONE; --count) {
+            at = ubrk_following(iterator_.get(), at);
+        }
+        return at == UBRK_DONE ? size : static_cast<std::size_t>(at);
+    }
+
   private:
     Iterator iterator_;
     UText text_ = UTEXT_INITIALIZER;
 };
+
+CharacterBreaker& ownBreaker() {
+    thread_local CharacterBreaker breaker;
+    return breaker;
+}
 
 // Below U+0300, whose bytes begin with 0xCC, only CR LF joins code points.
 bool hasOnlySimpleCharacters(std::string_view valid) {
@@ -77,7 +99,7 @@ bool walkSimple(std::string_view valid, OnCharacter on) {
 template <typename OnCharacter>
 bool walkValid(std::string_view valid, OnCharacter on) {
     if (hasOnlySimpleCharacters(valid)) return walkSimple(valid, on);
-    thread_local CharacterBreaker breaker;
+    CharacterBreaker& breaker = ownBreaker();
     if (!breaker.start(valid)) return walkSimple(valid, on);
     for (std::size_t at = 0; at < valid.size();) {
         const std::size_t end = breaker.next();
@@ -93,6 +115,42 @@ void walkCharacters(std::string_view text, OnCharacter on) {
     forEachStretch(
         text, [&](std::string_view valid) { goesOn = goesOn && walkValid(valid, on); },
         [&](std::string_view invalid) { goesOn = goesOn && on(invalid); });
+}
+
+// What is looked at on one side of an offset: more than that many characters ever take.
+constexpr std::size_t kWindowPerCharacter = 64;
+constexpr std::size_t kLeastWindow = 1024;
+
+std::size_t windowFor(std::size_t count) {
+    return std::max(kLeastWindow, count * kWindowPerCharacter);
+}
+
+bool isAsciiAt(std::string_view text, std::size_t at) {
+    return at >= text.size() || isAsciiByte(text[at]);
+}
+
+// The answers of charactersBefore and charactersBehind if all code points on the way and the two around it
+// are ASCII, where CR LF alone are joined.
+std::optional<std::size_t> asciiBefore(std::string_view text, std::size_t at, std::size_t count) {
+    bool isPlain = isAsciiAt(text, at);
+    for (; isPlain && count > 0 && at > 0; --count) {
+        --at;
+        isPlain = isAsciiByte(text[at]);
+        if (text[at] == '\n' && at > 0 && text[at - 1] == '\r') --at;
+    }
+    if (!isPlain || (at > 0 && !isAsciiByte(text[at - 1]))) return std::nullopt;
+    return at;
+}
+
+std::optional<std::size_t> asciiBehind(std::string_view text, std::size_t at, std::size_t count) {
+    bool isPlain = at == 0 || isAsciiByte(text[at - 1]);
+    for (; isPlain && count > 0 && at < text.size(); --count) {
+        isPlain = isAsciiByte(text[at]);
+        ++at;
+        if (text[at - 1] == '\r' && at < text.size() && text[at] == '\n') ++at;
+    }
+    if (!isPlain || !isAsciiAt(text, at)) return std::nullopt;
+    return at;
 }
 
 bool isPlainAscii(std::string_view text) {
@@ -135,6 +193,33 @@ std::vector<std::string_view> characters(std::string_view text) {
         return true;
     });
     return all;
+}
+
+std::size_t charactersBefore(std::string_view text, std::size_t offset, std::size_t count) {
+    if (const auto plain = asciiBefore(text, offset, count)) return *plain;
+    std::size_t start = offset - std::min(offset, windowFor(count));
+    while (start > 0 && U8_IS_TRAIL(text[start])) {
+        --start;
+    }
+    // What follows decides whether the last character goes on.
+    CharacterBreaker& breaker = ownBreaker();
+    if (!breaker.start(text.substr(start, offset - start + kLeastWindow))) return start;
+    return start + breaker.before(offset - start, count);
+}
+
+std::size_t charactersBehind(std::string_view text, std::size_t offset, std::size_t count) {
+    if (const auto plain = asciiBehind(text, offset, count)) return *plain;
+    std::size_t start = offset - std::min(offset, kLeastWindow);
+    while (start > 0 && U8_IS_TRAIL(text[start])) {
+        --start;
+    }
+    std::size_t end = offset + std::min(text.size() - offset, windowFor(count));
+    while (end < text.size() && U8_IS_TRAIL(text[end])) {
+        ++end;
+    }
+    CharacterBreaker& breaker = ownBreaker();
+    if (!breaker.start(text.substr(start, end - start))) return end;
+    return start + breaker.behind(offset - start, count, end - start);
 }
 
 std::string withFirstCharacterUpper(std::string_view text) {

@@ -34,17 +34,26 @@ bool isAscii(std::string_view text) {
     return all < 0x80;
 }
 
+std::size_t firstBeyondAscii(std::string_view text, std::size_t from) {
+    const char* const start = text.data();
+    for (; text.size() - from >= 32; from += 32) {
+        const char* const at = start + from;
+        if ((word(at) | word(at + 8) | word(at + 16) | word(at + 24)) & kHighBits) break;
+    }
+    while (text.size() - from >= 8 && (word(start + from) & kHighBits) == 0) {
+        from += 8;
+    }
+    while (from < text.size() && isAsciiByte(text[from])) {
+        ++from;
+    }
+    return from;
+}
+
 std::size_t validEnd(std::string_view text, std::size_t from) {
     while (from < text.size()) {
-        if (isAsciiByte(text[from])) {
-            ++from;
-            while (text.size() - from >= 8 && (word(text.data() + from) & kHighBits) == 0) {
-                from += 8;
-            }
-            continue;
-        }
+        from = firstBeyondAscii(text, from);
         const std::size_t start = from;
-        if (nextCodePoint(text, from) < 0) return start;
+        if (from < text.size() && nextCodePoint(text, from) < 0) return start;
     }
     return text.size();
 }

@@ -29,6 +29,9 @@ inline UChar32 nextCodePoint(std::string_view text, std::size_t& offset) {
     return codePoint;
 }
 
+// The offset of the first byte at or behind `from` that is not ASCII, or the text's end.
+std::size_t firstBeyondAscii(std::string_view text, std::size_t from);
+
 // The offset of the first byte at or behind `from` that is no part of valid UTF-8, or the text's end.
 std::size_t validEnd(std::string_view text, std::size_t from);
 
