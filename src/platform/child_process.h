@@ -19,9 +19,9 @@ struct ChildOutcome {
 };
 
 // One program, started by its path with its arguments and no shell in between, so that a file name is never
-// more than a file name. It reads nothing (standard input is /dev/null), holds none of this process's files,
-// has the usual answers to signals, and leads a process group of its own, so that a stop ends what it started
-// as well and a Ctrl-C in the terminal is this program's to pass on.
+// more than a file name. It reads nothing (standard input is /dev/null) unless it is given an input, holds
+// none of this process's files, has the usual answers to signals, and leads a process group of its own, so
+// that a stop ends what it started as well and a Ctrl-C in the terminal is this program's to pass on.
 //
 // Threads: `stop` from any; the rest belongs to one at a time. Destruction kills what still runs.
 class ChildProgram {
@@ -29,10 +29,10 @@ class ChildProgram {
     // Of each of the two outputs. What comes beyond it is read and dropped, so the program never waits.
     static constexpr std::size_t kUsualLimit = 1 << 20;
 
-    // Starts it. Throws Error (POSIX) that names the program; ENOEXEC: a text without a line that names its
-    // interpreter.
+    // Starts it. `input` is an open descriptor for it to read from, which stays the caller's. Throws Error
+    // (POSIX) that names the program; ENOEXEC: a text without a line that names its interpreter.
     ChildProgram(const std::string& program, const std::vector<std::string>& arguments,
-                 std::size_t limit = kUsualLimit);
+                 std::size_t limit = kUsualLimit, int input = -1);
     ~ChildProgram();
     ChildProgram(const ChildProgram&) = delete;
     ChildProgram& operator=(const ChildProgram&) = delete;

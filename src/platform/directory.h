@@ -32,6 +32,9 @@ struct FileAttributes {
 // `attributes` untouched. Any thread.
 int readAttributes(const std::string& path, bool followLink, FileAttributes& attributes);
 
+// Those of what is open, whatever has become of its name.
+int readAttributes(int descriptor, FileAttributes& attributes);
+
 // One open directory; closes itself. Movable, not copyable. Threads: what is const may be called by several
 // at once.
 class OpenDirectory {

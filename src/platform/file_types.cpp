@@ -114,6 +114,10 @@ const FileType& FileTypes::describe(FileTypeId type) const {
     return described.type;
 }
 
+std::vector<FileTypeId> FileTypes::lineage(FileTypeId type) const {
+    return tables().lineage(type);
+}
+
 bool FileTypes::conforms(FileTypeId type, std::string_view wanted) const {
     const auto target = named(wanted);
     if (!target) return false;

@@ -62,6 +62,9 @@ class FileTypes {
     // Valid as long as this lives. The first call for a type reads its description.
     const FileType& describe(FileTypeId type) const;
 
+    // The type and all that it is a kind of, the nearest first.
+    std::vector<FileTypeId> lineage(FileTypeId type) const;
+
     // Whether a type is `wanted` or a kind of it.
     bool conforms(FileTypeId type, std::string_view wanted) const;
 

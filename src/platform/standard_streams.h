@@ -5,7 +5,8 @@
 
 namespace kestrix {
 
-enum class StandardStream { output, error };
+// `input` can only be asked whether it is a terminal.
+enum class StandardStream { input, output, error };
 
 bool isTerminal(StandardStream stream);
 // In columns; 80 where it is not known.

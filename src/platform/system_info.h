@@ -10,6 +10,7 @@ std::string operatingSystemVersion();  // "Linux 6.1.0-18-amd64 (Debian GNU/Linu
 std::string processorArchitecture();   // "x86_64"; "Unknown" where it cannot be told
 int processorCount();
 std::string processName();
+std::string programPath();       // of this program, symbolic links resolved; empty if it cannot be told
 std::string workingDirectory();  // throws Error when it is gone
 // The path with symbolic links resolved; empty if it does not exist.
 std::string resolvedPath(const std::string& path);

@@ -64,6 +64,37 @@ TEST(StoredFile, AReplacementKeepsTheModeAndLeavesNothingBesideIt) {
     EXPECT_EQ(namesIn(folder.path()), std::set<std::string>{"new"});
 }
 
+TEST(StoredFile, WhatIsWrittenInPiecesCountsOnlyWhenItIsComplete) {
+    TemporaryFolder folder;
+    const std::string path = folder.file("list", "old");
+    {
+        FileReplacement abandoned(path, FileReplacement::Owner::user);
+        abandoned.write("half");
+    }
+    EXPECT_EQ(readWholeFile(path), "old");
+    FileReplacement file(path, FileReplacement::Owner::user);
+    file.write("one ");
+    file.write("two");
+    EXPECT_EQ(readWholeFile(path), "old");
+    file.commit();
+    EXPECT_EQ(readWholeFile(path), "one two");
+    EXPECT_EQ(namesIn(folder.path()), std::set<std::string>{"list"});
+}
+
+TEST(StoredFile, AFileOfTheUsersHasTheUsualModeAndIsRefusedWhenProtected) {
+    TemporaryFolder folder;
+    const mode_t before = ::umask(027);
+    FileReplacement(folder.path("new"), FileReplacement::Owner::user).commit();
+    ::umask(before);
+    EXPECT_EQ(modeOf(folder.path("new")), 0640u);
+    const std::string locked = folder.file("locked");
+    ::chmod(locked.c_str(), 0444);
+    ::chmod(folder.path().c_str(), 0777);
+    EXPECT_TRUE(holdsForOrdinaryUser([&] {
+        return failureOf(locked, [&] { FileReplacement(locked, FileReplacement::Owner::user); }) == EACCES;
+    }));
+}
+
 TEST(StoredFile, ALinkStaysALinkAndItsTargetIsReplaced) {
     TemporaryFolder folder;
     folder.file("dots/real", "old");

@@ -5,9 +5,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/eventfd.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 
 #include <algorithm>
@@ -16,6 +14,7 @@
 #include <csignal>
 #include <optional>
 
+#include "platform/linux/spawn.h"
 #include "platform/linux/system_call.h"
 
 namespace kestrix {
@@ -60,50 +59,6 @@ struct Capture {
     }
 };
 
-// The settings of one spawn; destroyed as posix_spawn wants it.
-struct SpawnSettings {
-    posix_spawnattr_t attributes;
-    posix_spawn_file_actions_t files;
-
-    SpawnSettings(int output, int errors) {
-        ::posix_spawnattr_init(&attributes);
-        ::posix_spawn_file_actions_init(&files);
-        sigset_t none;
-        sigemptyset(&none);
-        sigset_t usual;
-        sigemptyset(&usual);
-        sigaddset(&usual, SIGPIPE);
-        ::posix_spawnattr_setsigmask(&attributes, &none);
-        ::posix_spawnattr_setsigdefault(&attributes, &usual);
-        ::posix_spawnattr_setpgroup(&attributes, 0);
-        ::posix_spawnattr_setflags(&attributes,
-                                   POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
-        ::posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-        ::posix_spawn_file_actions_adddup2(&files, output, STDOUT_FILENO);
-        ::posix_spawn_file_actions_adddup2(&files, errors, STDERR_FILENO);
-        ::posix_spawn_file_actions_addclosefrom_np(&files, STDERR_FILENO + 1);
-    }
-    ~SpawnSettings() {
-        ::posix_spawn_file_actions_destroy(&files);
-        ::posix_spawnattr_destroy(&attributes);
-    }
-    SpawnSettings(const SpawnSettings&) = delete;
-    SpawnSettings& operator=(const SpawnSettings&) = delete;
-};
-
-std::vector<char*> argumentVector(const std::string& program, const std::vector<std::string>& arguments) {
-    std::vector<char*> pointers = {const_cast<char*>(program.c_str())};
-    for (const std::string& argument : arguments)
-        pointers.push_back(const_cast<char*>(argument.c_str()));
-    pointers.push_back(nullptr);
-    return pointers;
-}
-
-// By number: the library's header declares pidfd_open without C linkage (glibc 2.36).
-Descriptor openProcess(pid_t id) {
-    return Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, id, 0)));
-}
-
 int statusOf(int waitStatus) {
     return WIFEXITED(waitStatus) ? WEXITSTATUS(waitStatus) : 128 + WTERMSIG(waitStatus);
 }
@@ -127,27 +82,24 @@ struct ChildProgram::State {
 };
 
 ChildProgram::ChildProgram(const std::string& program, const std::vector<std::string>& arguments,
-                           std::size_t limit)
+                           std::size_t limit, int input)
     : state_(std::make_unique<State>()) {
     state_->limit = limit;
     state_->stopAsked = Descriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     if (!state_->stopAsked.isOpen()) throwError("start", program, errno);
     Pipe output = makePipe(program);
     Pipe errors = makePipe(program);
-    const SpawnSettings settings(output.writeEnd.get(), errors.writeEnd.get());
-    const int error = ::posix_spawn(&state_->id, program.c_str(), &settings.files, &settings.attributes,
-                                    argumentVector(program, arguments).data(), ::environ);
-    if (error != 0) {
-        state_->id = 0;
-        throwError("start", program, error);
+    Spawn spawn;
+    if (input < 0) {
+        spawn.openNothing(STDIN_FILENO);
+    } else {
+        spawn.give(STDIN_FILENO, input);
     }
-    state_->ended = openProcess(state_->id);
-    if (!state_->ended.isOpen()) {
-        const int reason = errno;
-        ::kill(-state_->id, SIGKILL);
-        state_->reap();
-        throwError("watch", program, reason);
-    }
+    spawn.give(STDOUT_FILENO, output.writeEnd.get());
+    spawn.give(STDERR_FILENO, errors.writeEnd.get());
+    StartedProcess started = spawn.start(program, arguments, ::environ, STDERR_FILENO + 1);
+    state_->id = started.id;
+    state_->ended = std::move(started.ended);
     state_->output.from = std::move(output.readEnd);
     state_->errors.from = std::move(errors.readEnd);
     for (const Capture* capture : {&state_->output, &state_->errors})

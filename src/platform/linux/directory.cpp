@@ -95,6 +95,10 @@ int readAttributes(const std::string& path, bool followLink, FileAttributes& att
     return readAttributesAt(AT_FDCWD, path.c_str(), followLink ? 0 : AT_SYMLINK_NOFOLLOW, attributes);
 }
 
+int readAttributes(int descriptor, FileAttributes& attributes) {
+    return readAttributesAt(descriptor, "", AT_EMPTY_PATH, attributes);
+}
+
 OpenDirectory::OpenDirectory(OpenDirectory&& other) noexcept
     : descriptor_(std::exchange(other.descriptor_, -1)) {}
 

@@ -14,7 +14,15 @@ namespace {
 constexpr int kUsualWidth = 80;
 
 int descriptorOf(StandardStream stream) {
-    return stream == StandardStream::output ? STDOUT_FILENO : STDERR_FILENO;
+    switch (stream) {
+        case StandardStream::input:
+            return STDIN_FILENO;
+        case StandardStream::output:
+            return STDOUT_FILENO;
+        case StandardStream::error:
+            return STDERR_FILENO;
+    }
+    return -1;
 }
 
 WriteOutcome outcomeOf(int number, int* errorNumber) {

@@ -6,9 +6,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 
+#include "base/error.h"
 #include "base/path.h"
+#include "base/uuid.h"
 #include "platform/linux/system_call.h"
 
 namespace kestrix {
@@ -16,6 +17,7 @@ namespace kestrix {
 namespace {
 
 constexpr mode_t kOwnFile = 0600;
+constexpr mode_t kUsersFile = 0666;  // less what the user's mask takes away
 constexpr mode_t kOwnFolder = 0700;
 constexpr std::size_t kReadAtOnce = std::size_t{16} * 1024;
 constexpr int kMostLinks = 40;  // as many as the kernel itself follows
@@ -40,6 +42,12 @@ void sync(const Descriptor& file, const std::string& path) {
     if (result != 0 && errno != EINVAL && errno != EOPNOTSUPP) throwError("write", path, errno);
 }
 
+// A folder that may be written but not read cannot be synced; what was renamed is in place all the same.
+void syncFolder(const std::string& folder) {
+    const Descriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (opened.isOpen()) sync(opened, folder);
+}
+
 std::string folderOf(const std::string& path) {
     const std::string_view folder = path::parent(path);
     return folder.empty() ? "." : std::string(folder);
@@ -57,12 +65,21 @@ std::string endOfLinks(std::string path) {
     throwError("replace", path, ELOOP);
 }
 
+constexpr int kMostNames = 100;
+
 // A file beside the one to be replaced, removed again unless it took that one's place.
 class TemporaryFile {
   public:
-    explicit TemporaryFile(const std::string& folder) : path_(path::join(folder, ".kestrix-XXXXXX")) {
-        file_ = Descriptor(::mkostemp(path_.data(), O_CLOEXEC));
-        if (!file_.isOpen()) throwError("write into", folder, errno);
+    TemporaryFile(const std::string& folder, mode_t mode) {
+        int error = EEXIST;
+        for (int tries = 0; tries < kMostNames && error == EEXIST; ++tries) {
+            path_ = path::join(folder, ".kestrix-" + Uuid::make().text());
+            file_ = Descriptor(retrying(
+                [&] { return ::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode); }));
+            if (file_.isOpen()) return;
+            error = errno;
+        }
+        throwError("write into", folder, error);
     }
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
@@ -92,7 +109,9 @@ void inheritOwnership(const std::string& path, const Descriptor& successor) {
     }
     // A pipe or a device must not turn into a file.
     if (S_ISDIR(status.st_mode)) throwError("replace", path, EISDIR);
-    if (!S_ISREG(status.st_mode)) throwError("replace", path, EINVAL);
+    if (!S_ISREG(status.st_mode)) {
+        throw Error(kPosixDomain, EINVAL, "cannot replace " + path + ": it is no plain file");
+    }
     [[maybe_unused]] const int mayFail = ::fchown(successor.get(), status.st_uid, status.st_gid);
     if (::fchmod(successor.get(), status.st_mode & 07777) != 0) throwError("replace", path, errno);
 }
@@ -100,18 +119,6 @@ void inheritOwnership(const std::string& path, const Descriptor& successor) {
 bool isFolder(const std::string& path) {
     struct stat status;
     return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-}
-
-// Whether it was renamed; false if there is something at `to`.
-bool renameToFreeName(const std::string& from, const std::string& to) {
-    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return true;
-    if (errno == EEXIST) return false;
-    if (errno != EINVAL) throwError("rename", from, errno);
-    // This file system does not know the flag.
-    struct stat status;
-    if (::lstat(to.c_str(), &status) == 0) return false;
-    renameFile(from, to);
-    return true;
 }
 
 }  // namespace
@@ -138,17 +145,55 @@ std::optional<std::string> readWholeFile(const std::string& path) {
     }
 }
 
-void replaceFile(const std::string& path, std::string_view bytes) {
-    const std::string target = endOfLinks(path);
-    const std::string folder = folderOf(target);
-    TemporaryFile temporary(folder);
-    inheritOwnership(target, temporary.file());
-    writeAll(temporary.file(), bytes, target);
-    sync(temporary.file(), target);
-    temporary.takePlaceOf(target);
+struct FileReplacement::State {
+    State(const std::string& path, Owner owner)
+        : target(endOfLinks(path)),
+          folder(folderOf(target)),
+          temporary(folder, owner == Owner::user ? kUsersFile : kOwnFile) {}
+
+    std::string target;
+    std::string folder;
+    TemporaryFile temporary;
+};
+
+FileReplacement::FileReplacement(const std::string& path, Owner owner)
+    : state_(std::make_unique<State>(path, owner)) {
+    const std::string& target = state_->target;
+    inheritOwnership(target, state_->temporary.file());
+    const bool mayWrite = ::access(target.c_str(), W_OK) == 0 || errno == ENOENT;
+    if (owner == Owner::user && !mayWrite) throwError("replace", target, errno);
+}
+
+FileReplacement::~FileReplacement() = default;
+
+void FileReplacement::write(std::string_view bytes) {
+    writeAll(state_->temporary.file(), bytes, state_->target);
+}
+
+void FileReplacement::commit() {
+    sync(state_->temporary.file(), state_->target);
+    state_->temporary.takePlaceOf(state_->target);
     // A folder that may be written but not read cannot be synced; the file is in place all the same.
-    const Descriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (opened.isOpen()) sync(opened, folder);
+    const Descriptor opened(::open(state_->folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (opened.isOpen()) sync(opened, state_->folder);
+}
+
+void replaceFile(const std::string& path, std::string_view bytes) {
+    FileReplacement file(path);
+    file.write(bytes);
+    file.commit();
+}
+
+void putInPlace(const std::string& from, const std::string& to) {
+    sync(openOrThrow(from, O_RDONLY, "write"), from);
+    renameFile(from, to);
+    syncFolder(folderOf(to));
+}
+
+void setModificationDate(const std::string& path, const Timestamp& date) {
+    const std::array<timespec, 2> times = {timespec{0, UTIME_OMIT},
+                                           timespec{static_cast<time_t>(date.seconds), date.nanoseconds}};
+    if (::utimensat(AT_FDCWD, path.c_str(), times.data(), 0) != 0) throwError("change", path, errno);
 }
 
 void appendToFile(const std::string& path, std::string_view bytes) {
@@ -173,6 +218,17 @@ void removeFile(const std::string& path) {
 
 void renameFile(const std::string& from, const std::string& to) {
     if (::rename(from.c_str(), to.c_str()) != 0) throwError("rename", from, errno);
+}
+
+bool renameToFreeName(const std::string& from, const std::string& to) {
+    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return true;
+    if (errno == EEXIST) return false;
+    if (errno != EINVAL) throwError("rename", from, errno);
+    // This file system does not know the flag.
+    struct stat status;
+    if (::lstat(to.c_str(), &status) == 0) return false;
+    renameFile(from, to);
+    return true;
 }
 
 std::string setAside(const std::string& path) {

@@ -90,6 +90,10 @@ std::string processName() {
     return program_invocation_short_name;
 }
 
+std::string programPath() {
+    return resolvedPath("/proc/self/exe");
+}
+
 std::string workingDirectory() {
     // The C library makes room itself, however long the path is.
     const CText folder(::getcwd(nullptr, 0));  // NOLINT(clang-analyzer-unix.StdCLibraryFunctions)
