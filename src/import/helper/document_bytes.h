@@ -1,0 +1,18 @@
+// Reading the open document that an ImportJob brings.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include "import/helper/importer.h"
+
+namespace kestrix {
+
+// Bytes of the document, from wherever it is, without moving its offset.
+std::size_t documentSize(const ImportJob& job);
+
+// The whole document. Throws Error (tooLarge) if it has more than `cap` bytes, (damaged) if it cannot be
+// read.
+std::string readDocument(const ImportJob& job, std::size_t cap);
+
+}  // namespace kestrix

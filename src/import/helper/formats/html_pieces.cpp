@@ -1,0 +1,157 @@
+#include "import/helper/formats/html_pieces.h"
+
+#include <algorithm>
+#include <array>
+
+#include "base/text.h"
+
+namespace kestrix {
+namespace {
+
+using std::string_view;
+
+constexpr std::size_t kPieceBytes = std::size_t{256} << 10;
+constexpr std::size_t kDeepest = 200;
+// No name of an element that matters is longer.
+constexpr std::size_t kLongestName = 12;
+
+// From here on a cut may fall anywhere between two elements.
+constexpr std::size_t kLargestPiece = std::size_t{4} << 20;
+
+// Their content is nothing to see: the parser need not have it.
+constexpr std::array<string_view, 6> kUnseen = {"script", "style",   "noscript",
+                                                "iframe", "noembed", "noframes"};
+// Their content is text, whatever it looks like.
+constexpr std::array<string_view, 3> kRawText = {"textarea", "title", "xmp"};
+// A cut would change what their content means.
+constexpr std::array<string_view, 7> kWhole = {"pre", "template", "select", "svg", "math", "head", "listing"};
+// Never open for longer than their parent, so that they need no count; or never open at all.
+constexpr std::array<string_view, 38> kUncounted = {
+    "html",  "head",     "body",  "p",      "li",       "dt",       "dd",      "tr",     "td",    "th",
+    "tbody", "thead",    "tfoot", "option", "optgroup", "rp",       "rt",      "area",   "base",  "br",
+    "col",   "colgroup", "embed", "hr",     "img",      "input",    "link",    "meta",   "param", "source",
+    "track", "wbr",      "frame", "keygen", "command",  "basefont", "bgsound", "caption"};
+constexpr std::array<string_view, 26> kLineStarts = {
+    "p",          "div", "li", "tr",      "h1",     "h2",     "h3",    "h4",      "h5",
+    "h6",         "ul",  "ol", "dl",      "dt",     "dd",     "table", "section", "article",
+    "blockquote", "br",  "hr", "address", "header", "footer", "nav",   "main"};
+
+template <std::size_t Size>
+bool isIn(const std::array<string_view, Size>& names, string_view name) {
+    return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+bool isLetter(char byte) {
+    return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z');
+}
+
+bool endsName(char byte) {
+    return byte == '>' || byte == '/' || static_cast<unsigned char>(byte) <= ' ';
+}
+
+// Offset behind the `>` that ends a tag, quoted values passed over.
+std::size_t tagEnd(string_view page, std::size_t at) {
+    while (at < page.size() && page[at] != '>') {
+        const bool beginsQuote = (page[at] == '"' || page[at] == '\'') && page[at - 1] == '=';
+        const std::size_t quote = beginsQuote ? page.find(page[at], at + 1) : at;
+        at = quote == string_view::npos ? page.size() : quote + 1;
+    }
+    return std::min(at + 1, page.size());
+}
+
+// Offset of the end tag `</name`, in any case, or the page's end.
+std::size_t endTagAt(string_view page, std::size_t at, string_view name) {
+    for (; (at = page.find("</", at)) != string_view::npos; at += 2) {
+        if (text::lowered(page.substr(at + 2, name.size())) == name) return at;
+    }
+    return page.size();
+}
+
+}  // namespace
+
+HtmlPieces::Tag HtmlPieces::readTag(std::size_t at) const {
+    Tag tag;
+    tag.isEnd = page_[at + 1] == '/';
+    std::size_t end = at + (tag.isEnd ? 2 : 1);
+    const std::size_t start = end;
+    while (end < page_.size() && !endsName(page_[end]) && end - start <= kLongestName) {
+        ++end;
+    }
+    tag.name = text::lowered(page_.substr(start, end - start));
+    tag.end = tagEnd(page_, end);
+    tag.isEmpty = tag.end - at > 2 && page_.compare(tag.end - 2, 2, "/>") == 0;
+    return tag;
+}
+
+std::size_t HtmlPieces::behindComment(std::size_t at) const {
+    const string_view closing = page_.compare(at, 4, "<!--") == 0 ? "-->" : ">";
+    const std::size_t end = page_.find(closing, at);
+    return end == string_view::npos ? page_.size() : end + closing.size();
+}
+
+void HtmlPieces::copyTo(std::size_t end, std::string& piece) {
+    piece.append(page_, at_, end - at_);
+    at_ = end;
+}
+
+void HtmlPieces::openElement(const Tag& tag, std::string& piece) {
+    tables_ += tag.name == "table" ? 1 : 0;
+    whole_ += isIn(kWhole, tag.name) ? 1 : 0;
+    if (tag.isEmpty && (isIn(kUnseen, tag.name) || isIn(kRawText, tag.name))) {
+        at_ = tag.end;
+        return;
+    }
+    if (isIn(kUnseen, tag.name)) {
+        at_ = endTagAt(page_, tag.end, tag.name);
+        return;
+    }
+    if (isIn(kRawText, tag.name)) return copyTo(endTagAt(page_, tag.end, tag.name), piece);
+    if (isIn(kUncounted, tag.name)) return copyTo(tag.end, piece);
+    if (++depth_ <= kDeepest) return copyTo(tag.end, piece);
+    if (isIn(kLineStarts, tag.name)) piece += "<br>";
+    at_ = tag.end;
+}
+
+void HtmlPieces::closeElement(const Tag& tag, std::string& piece) {
+    if (tag.name == "table" && tables_ > 0) --tables_;
+    if (isIn(kWhole, tag.name) && whole_ > 0) --whole_;
+    const bool isCounted =
+        !isIn(kUncounted, tag.name) && !isIn(kRawText, tag.name) && !isIn(kUnseen, tag.name);
+    if (isCounted && depth_ > kDeepest) {
+        --depth_;
+        if (isIn(kLineStarts, tag.name)) piece += "<br>";
+        at_ = tag.end;
+        return;
+    }
+    if (isCounted && depth_ > 0) --depth_;
+    copyTo(tag.end, piece);
+}
+
+bool HtmlPieces::mayCutBefore(const Tag& tag, const std::string& piece) const {
+    if (piece.size() >= kLargestPiece) return true;
+    return piece.size() >= kPieceBytes && !tag.isEnd && whole_ == 0 && isIn(kLineStarts, tag.name);
+}
+
+bool HtmlPieces::next(std::string& piece) {
+    if (at_ == page_.size()) return false;
+    depth_ = 0;
+    piece = tables_ > 0 ? "<table>" : "";
+    while (at_ < page_.size()) {
+        const std::size_t tagAt = std::min(page_.find('<', at_), page_.size());
+        copyTo(tagAt, piece);
+        if (tagAt + 1 >= page_.size()) {
+            copyTo(page_.size(), piece);
+        } else if (page_[tagAt + 1] == '!' || page_[tagAt + 1] == '?') {
+            copyTo(behindComment(tagAt), piece);
+        } else if (isLetter(page_[tagAt + 1]) || page_[tagAt + 1] == '/') {
+            const Tag tag = readTag(tagAt);
+            if (mayCutBefore(tag, piece)) return true;
+            tag.isEnd ? closeElement(tag, piece) : openElement(tag, piece);
+        } else {
+            copyTo(tagAt + 1, piece);
+        }
+    }
+    return true;
+}
+
+}  // namespace kestrix

@@ -1,0 +1,158 @@
+#include "import/helper/formats/mail.h"
+
+#include <charconv>
+#include <string>
+#include <vector>
+
+#include "base/text.h"
+#include "import/helper/formats/charset.h"
+#include "import/helper/formats/document.h"
+#include "import/helper/formats/formats.h"
+#include "import/helper/formats/html_text.h"
+#include "import/helper/formats/mime.h"
+
+namespace kestrix {
+namespace {
+
+using std::string_view;
+
+// Every level is searched for its boundary, so depth is time.
+constexpr int kDeepest = 20;
+constexpr std::size_t kMostParts = 5000;
+
+bool beginsLine(string_view body, std::size_t at) {
+    return at == 0 || body[at - 1] == '\n';
+}
+
+// The parts between lines that begin with the boundary; the text before the first is for programs that know
+// no parts. A missing end is the body's end.
+std::vector<string_view> partsOf(string_view body, const std::string& boundary) {
+    const std::string delimiter = "--" + boundary;
+    std::vector<string_view> parts;
+    std::size_t start = string_view::npos;
+    for (std::size_t at = 0; parts.size() < kMostParts;) {
+        at = body.find(delimiter, at);
+        if (at == string_view::npos) break;
+        if (!beginsLine(body, at)) {
+            at += delimiter.size();
+            continue;
+        }
+        if (start != string_view::npos) parts.push_back(body.substr(start, at - start));
+        at += delimiter.size();
+        const bool isLast = body.compare(at, 2, "--") == 0;
+        const std::size_t lineEnd = body.find('\n', at);
+        if (isLast || lineEnd == string_view::npos) return parts;
+        at = start = lineEnd + 1;
+    }
+    if (start != string_view::npos) parts.push_back(body.substr(start));
+    return parts;
+}
+
+class MailReader {
+  public:
+    MailReader(TextWriter& writer, const std::function<void()>& onPart) : writer_(writer), onPart_(onPart) {}
+
+    // Whether there are fields at all.
+    bool message(string_view message, int depth) {
+        std::size_t offset = 0;
+        const std::vector<MailField> fields = readFields(message, offset);
+        for (const string_view name : {"subject", "from", "to", "cc", "date"}) {
+            writer_.words(decodedField(fieldValue(fields, name)));
+            writer_.lineBreak();
+        }
+        body(fields, message.substr(offset), depth);
+        return !fields.empty();
+    }
+
+  private:
+    void part(string_view part, int depth) {
+        std::size_t offset = 0;
+        const std::vector<MailField> fields = readFields(part, offset);
+        body(fields, part.substr(offset), depth);
+    }
+
+    void body(const std::vector<MailField>& fields, string_view body, int depth) {
+        if (depth > kDeepest || writer_.isFull()) return;
+        if (onPart_) onPart_();
+        const string_view contentType = fieldValue(fields, "content-type");
+        const string_view disposition = fieldValue(fields, "content-disposition");
+        const std::string type = contentType.empty() ? "text/plain" : mainValue(contentType);
+        const std::string boundary = parameter(contentType, "boundary");
+        if (type.starts_with("multipart/") && !boundary.empty()) {
+            return several(partsOf(body, boundary), type == "multipart/alternative", depth);
+        }
+        std::string name = parameter(disposition, "filename");
+        if (name.empty()) name = parameter(contentType, "name");
+        std::string memory;
+        const string_view encoding = fieldValue(fields, "content-transfer-encoding");
+        if (type == "message/rfc822") {
+            message(undoneEncoding(body, encoding, memory), depth + 1);
+        } else if (type.starts_with("text/") && mainValue(disposition) != "attachment") {
+            text(undoneEncoding(body, encoding, memory), type, parameter(contentType, "charset"));
+        }
+        writer_.words(name);
+        writer_.lineBreak();
+    }
+
+    void several(const std::vector<string_view>& parts, bool areVersions, int depth) {
+        if (!areVersions) {
+            for (const string_view one : parts) {
+                part(one, depth + 1);
+            }
+            return;
+        }
+        for (auto one = parts.rbegin(); one != parts.rend(); ++one) {
+            const std::size_t before = writer_.size();
+            part(*one, depth + 1);
+            if (writer_.size() != before) return;
+        }
+    }
+
+    void text(string_view bytes, const std::string& type, const std::string& charset) {
+        if (type == "text/html") {
+            writeHtml(writer_, decodedPage(bytes, charset));
+        } else {
+            writer_.lines(decodedByLabel(bytes, charset));
+        }
+        writer_.lineBreak();
+    }
+
+    TextWriter& writer_;
+    const std::function<void()>& onPart_;
+};
+
+ImportTextResult mailText(const ImportJob& job, string_view message) {
+    TextWriter writer(job.maxLength);
+    writeMail(writer, message, [&job] { failIfCancelled(job); });
+    return onePage(writer.take());
+}
+
+}  // namespace
+
+void writeMail(TextWriter& writer, string_view message, const std::function<void()>& onPart) {
+    if (!MailReader(writer, onPart).message(message, 0)) {
+        failDocument(ImportFailure::damaged, "is no mail message, or damaged");
+    }
+}
+
+string_view messageInEnvelope(string_view bytes) {
+    const std::size_t lineEnd = bytes.find('\n');
+    if (lineEnd == string_view::npos) return bytes;
+    const string_view line = text::trimmed(bytes.substr(0, lineEnd));
+    std::size_t size = 0;
+    const auto parsed = std::from_chars(line.data(), line.data() + line.size(), size);
+    if (parsed.ec != std::errc{} || parsed.ptr != line.data() + line.size()) return bytes;
+    return bytes.substr(lineEnd + 1, size);
+}
+
+ImportTextResult importMail(const ImportJob& job) {
+    return withDocument(job, kLargestDocument / 2,
+                        [&](const std::string& bytes) { return mailText(job, bytes); });
+}
+
+ImportTextResult importAppleMail(const ImportJob& job) {
+    return withDocument(job, kLargestDocument / 2,
+                        [&](const std::string& bytes) { return mailText(job, messageInEnvelope(bytes)); });
+}
+
+}  // namespace kestrix

@@ -1,0 +1,131 @@
+#include "import/helper/formats/spreadsheet.h"
+
+#include <charconv>
+
+#include "import/helper/formats/document.h"
+#include "import/helper/formats/xml_stream.h"
+
+namespace kestrix {
+namespace {
+
+// Text that several cells share stands once in a table of its own.
+class SharedTexts : public XmlHandler {
+  public:
+    static constexpr std::size_t kMostBytes = std::size_t{96} << 20;
+
+    void startElement(std::string_view name, const std::vector<Attribute>&) override {
+        if (name == "si") begin();
+        holding_ += name == "t" ? 1 : 0;
+        pronouncing_ += name == "rPh" ? 1 : 0;  // how the text is spoken, in another script
+    }
+    void endElement(std::string_view name) override {
+        holding_ -= name == "t" ? 1 : 0;
+        pronouncing_ -= name == "rPh" ? 1 : 0;
+    }
+    void characters(std::string_view text) override {
+        if (holding_ == 0 || pronouncing_ != 0 || ends_.empty()) return;
+        if (bytes_.size() + text.size() > kMostBytes) {
+            failDocument(ImportFailure::tooLarge, "has too many texts in its cells");
+        }
+        bytes_ += text;
+        ends_.back() = static_cast<std::uint32_t>(bytes_.size());
+    }
+
+    // The text of that number as a cell states it; empty if there is none.
+    std::string_view at(std::string_view number) const {
+        std::size_t index = 0;
+        const auto parsed = std::from_chars(number.data(), number.data() + number.size(), index);
+        if (parsed.ec != std::errc{} || index >= ends_.size()) return {};
+        const std::size_t start = index == 0 ? 0 : ends_[index - 1];
+        return std::string_view(bytes_).substr(start, ends_[index] - start);
+    }
+
+  private:
+    void begin() {
+        if (ends_.size() == kMostBytes / sizeof(std::uint32_t)) {
+            failDocument(ImportFailure::tooLarge, "has too many texts in its cells");
+        }
+        ends_.push_back(static_cast<std::uint32_t>(bytes_.size()));
+    }
+
+    std::string bytes_;
+    std::vector<std::uint32_t> ends_;
+    int holding_ = 0;
+    int pronouncing_ = 0;
+};
+
+class SheetNames : public XmlHandler {
+  public:
+    explicit SheetNames(TextWriter& writer) : writer_(writer) {}
+    void startElement(std::string_view name, const std::vector<Attribute>& attributes) override {
+        if (name != "sheet") return;
+        writer_.words(attribute(attributes, "name"));
+        writer_.lineBreak();
+    }
+    void endElement(std::string_view) override {}
+    void characters(std::string_view) override {}
+
+  private:
+    TextWriter& writer_;
+};
+
+class Sheet : public XmlHandler {
+  public:
+    Sheet(TextWriter& writer, const SharedTexts& shared) : writer_(writer), shared_(shared) {}
+
+    void startElement(std::string_view name, const std::vector<Attribute>& attributes) override {
+        if (name == "c") {
+            value_.clear();
+            const std::string_view type = attribute(attributes, "t");
+            isShared_ = type == "s";
+            isTruth_ = type == "b";
+        }
+        holding_ += holdsText(name) ? 1 : 0;
+    }
+    void endElement(std::string_view name) override {
+        holding_ -= holdsText(name) ? 1 : 0;
+        if (name == "c") {
+            endCell();
+        } else if (name == "row") {
+            writer_.lineBreak();
+        }
+    }
+    void characters(std::string_view text) override {
+        // A cell holds 32,767 characters at most.
+        if (holding_ > 0 && value_.size() < std::size_t{1} << 20) value_ += text;
+    }
+    bool isSatisfied() const override { return writer_.isFull(); }
+
+  private:
+    static bool holdsText(std::string_view name) { return name == "v" || name == "t"; }
+
+    void endCell() {
+        if (isTruth_ || value_.empty()) return;
+        writer_.words(isShared_ ? shared_.at(value_) : std::string_view(value_));
+        writer_.tab();
+    }
+
+    TextWriter& writer_;
+    const SharedTexts& shared_;
+    std::string value_;
+    int holding_ = 0;
+    bool isShared_ = false;
+    bool isTruth_ = false;
+};
+
+}  // namespace
+
+void writeSpreadsheet(TextWriter& writer, ZipPackage& package) {
+    SheetNames names(writer);
+    package.readXml("xl/workbook.xml", names);
+    SharedTexts shared;
+    if (package.has("xl/sharedStrings.xml")) package.readXml("xl/sharedStrings.xml", shared);
+    for (const std::string& name : package.membersLike("xl/worksheets/sheet*.xml")) {
+        Sheet sheet(writer, shared);
+        package.readXml(name, sheet);
+        writer.lineBreak();
+        if (writer.isFull()) return;
+    }
+}
+
+}  // namespace kestrix
