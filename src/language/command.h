@@ -47,6 +47,9 @@ class Command {
     virtual CommandApplyResult commandImpApply(SearchResult& result, SearchDataSourceDelegate* feedback,
                                                const QueryContainer& query) = 0;
     virtual bool keepsStatePerFile() const { return false; }
+    // Its judgement costs the reading of a whole file. Such a command is asked last, and only about results
+    // that still can pass.
+    virtual bool readsContents() const { return false; }
     // A fresh instance with the same arguments.
     virtual std::shared_ptr<Command> copy() const = 0;
 

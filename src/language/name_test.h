@@ -1,6 +1,7 @@
 // Whether a file name holds the words of a query.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -28,14 +29,26 @@ class NameTest {
     // `name` is a bare file name. Without words and groups: true, but false with `anyGroup`.
     bool matches(std::string_view name) const;
 
+    // The cheap half of `matches`: false is certain, true says nothing. Copies and lowers nothing: it asks
+    // whether the rarest two bytes of the words stand anywhere in the name. Also takes a path.
+    bool mayMatch(std::string_view name) const;
+
   private:
+    // Two bytes, with the bit that tells small letters set, that every ASCII name which matches holds.
+    struct RareBytes {
+        std::uint8_t first;
+        std::uint8_t second;
+    };
+
+    void chooseRareBytes();
     template <typename IsFound>
     bool holdsWords(IsFound isFound) const;
     std::string prepared(std::string_view text) const;
     bool matchesWholeWords(std::string_view name) const;
 
     NameTestWords words_;
-    bool asciiLowersPlainly_ = true;  // the user's language lowers "I" to "i"
+    std::vector<RareBytes> rareBytes_;  // one of them is enough; none: nothing can be told
+    bool asciiLowersPlainly_ = true;    // the user's language lowers "I" to "i"
 };
 
 }  // namespace kestrix

@@ -186,9 +186,9 @@ bool QueryContainer::pathIsInQueryLocation(std::string_view path) const {
 }
 
 bool QueryContainer::fsItemNameStringIncludesWordsFromQuery(std::string_view name) const {
-    const auto bareName = path::lastComponent(name);
-    if (!soundex_) return nameTest_.matches(bareName);
+    if (!soundex_) return nameTest_.mayMatch(name) && nameTest_.matches(path::lastComponent(name));
 
+    const auto bareName = path::lastComponent(name);
     const auto& wanted = searchWordStringsSoundexValues_;
     const auto separates = [](char32_t codePoint) {
         return codePoint == U' ' || codePoint == U'.' || codePoint == U'/';
@@ -207,14 +207,23 @@ bool QueryContainer::searchResultPassesFiltering(SearchResult& result,
                                  ignoreList_.containsExtension(path::extension(result.path))))
         return false;
     const bool wordsMatch = fsItemNameStringIncludesWordsFromQuery(result.path);
-    // Every command is applied, whatever the others said: some add to the result.
     bool isExcluded = false;
-    for (const auto& command : commandsFoundInQuery_) {
-        const auto applied = command->keepsStatePerFile() ? command->copy() : command;
-        if (applied->commandImpApply(result, feedback, *this) == CommandApplyResult::exclude)
-            isExcluded = true;
-    }
-    return isORCommandSearch() ? wordsMatch || !isExcluded : wordsMatch && !isExcluded;
+    const auto applyThose = [&](bool readingContents) {
+        for (const auto& command : commandsFoundInQuery_) {
+            if (command->readsContents() != readingContents) continue;
+            const auto applied = command->keepsStatePerFile() ? command->copy() : command;
+            if (applied->commandImpApply(result, feedback, *this) == CommandApplyResult::exclude)
+                isExcluded = true;
+        }
+    };
+    const auto passes = [&] {
+        return isORCommandSearch() ? wordsMatch || !isExcluded : wordsMatch && !isExcluded;
+    };
+    // Applied whatever the others said: some add to the result.
+    applyThose(false);
+    if (!passes()) return false;
+    applyThose(true);
+    return passes();
 }
 
 // One folder is given as often as words stand in its name: the merge judges each path only once.

@@ -92,7 +92,8 @@ class QueryContainer {
     bool pathIsInQueryLocation(std::string_view path) const;
     // `name`: a bare file name, or a path whose last component is used.
     bool fsItemNameStringIncludesWordsFromQuery(std::string_view name) const;
-    // Applies ignore lists, words and every command; commands may change the result.
+    // Applies ignore lists, words and every command; commands may change the result. Those that read contents
+    // come last, and only where the result can still pass.
     bool searchResultPassesFiltering(SearchResult& result, SearchDataSourceDelegate* feedback) const;
 
     // The folders on the way to the result whose names hold search words: paths, in order of the words and

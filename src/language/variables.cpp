@@ -125,23 +125,6 @@ bool beginsWith(Words words, Words phrase) {
                       });
 }
 
-// In this order only.
-Parsed readContentSearchFlags(Words words) {
-    static const std::vector<std::pair<SentenceComponents, std::string>> kPhrases = {
-        {SentenceComponent::parseWords("whole words"), "wholeWords"},
-        {SentenceComponent::parseWords("all words"), "allWords"},
-        {SentenceComponent::parseWords("all files"), "allFiles"},
-        {SentenceComponent::parseWords("use OCR"), "useOCR"}};
-    std::vector<std::string> flags;
-    std::size_t used = 0;
-    for (const auto& [phrase, flag] : kPhrases) {
-        if (!beginsWith(words.subspan(used), phrase)) continue;
-        flags.push_back(flag);
-        used += phrase.size();
-    }
-    return VariableParserResult{std::any(std::move(flags)), used};
-}
-
 Parsed readWithoutText(Words words) {
     if (words.size() < 2 || words[0].textLowered != "without") return std::nullopt;
     const bool isTag = words[1].textLowered == "tag" || words[1].textLowered == "tags";
@@ -207,6 +190,22 @@ std::vector<std::string> namesOf(const Value& pairs) {
 }
 
 }  // namespace
+
+std::optional<VariableParserResult> readContentSearchFlags(std::span<const SentenceComponent> words) {
+    static const std::vector<std::pair<SentenceComponents, std::string>> kPhrases = {
+        {SentenceComponent::parseWords("whole words"), "wholeWords"},
+        {SentenceComponent::parseWords("all words"), "allWords"},
+        {SentenceComponent::parseWords("all files"), "allFiles"},
+        {SentenceComponent::parseWords("use OCR"), "useOCR"}};
+    std::vector<std::string> flags;
+    std::size_t used = 0;
+    for (const auto& [phrase, flag] : kPhrases) {
+        if (!beginsWith(words.subspan(used), phrase)) continue;
+        flags.push_back(flag);
+        used += phrase.size();
+    }
+    return VariableParserResult{std::any(std::move(flags)), used};
+}
 
 VariableParsers makeVariableParsers(const VariableLookups& lookups) {
     VariableParsers parsers = {

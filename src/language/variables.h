@@ -16,6 +16,8 @@
 
 #include <functional>
 #include <map>
+#include <optional>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -36,6 +38,9 @@ struct VariableLookups {
 
 using VariableParsers = decltype(LanguageParse::Vocabulary::variableParsers);
 using VariableCompletors = decltype(LanguageParse::Vocabulary::variableCompletors);
+
+// ~contentSearchFlags. Each flag may be left out, their order is fixed; matches also where there is none.
+std::optional<VariableParserResult> readContentSearchFlags(std::span<const SentenceComponent> words);
 
 // All of them. `~withoutText` is "without" and the word behind it, unless that is "tag" or "tags", which
 // begin a sentence of their own.

@@ -30,8 +30,8 @@ void FileSystemSearch::walk(const QueryContainer& query, const std::string& star
                             const std::vector<std::string>& allStarts, SearchDataSourceDelegate& handler) {
     if (Logger::shouldLog) LogFunc("Iteration " + start);
     WalkCounters uncounted;
-    Walk::Rules rules{query, start, mountsBelow(start, allStarts, environment_.disks),
-                      handler.wantsInvisibleItems(), handler.wantsAttributes()};
+    Walk::Rules rules{EntryRules(query, start, handler.wantsInvisibleItems()),
+                      mountsBelow(start, allStarts, environment_.disks), handler.wantsAttributes()};
     Walk walk(std::move(rules), *this, handler, environment_.counters ? *environment_.counters : uncounted,
               userCanceled_);
     walk.run(environment_.disks.keyForDisk(start));

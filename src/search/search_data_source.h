@@ -51,6 +51,8 @@ class SearchDataSourceDelegate {
     // Size and dates of the records will be looked at. A source for which they cost extra may leave them 0
     // otherwise.
     virtual bool wantsAttributes() const { return true; }
+    // The findings in contents will be looked at. A command may leave them out otherwise, but for the rank.
+    virtual bool wantsFindings() const { return true; }
 
     virtual void searchResults(std::vector<SearchResult> results, const SearchDataSource& fromDataSource) = 0;
     // A delta: files examined since the last such call.

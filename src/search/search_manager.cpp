@@ -76,6 +76,13 @@ struct SearchManager::State {
     void cancelSpotlight();
     bool locationsAreClaimed(const QueryContainer& query) const;
 
+    // What is read in a file, as the delegate is told.
+    struct Announcement {
+        std::string name;
+        bool inProgress = false;
+        int percentage = 0;
+    };
+
     // Calls the delegate on the main queue, if it is still there then.
     template <typename Call>
     void tell(Call call) {
@@ -103,6 +110,7 @@ struct SearchManager::State {
     std::atomic<std::int64_t> numberOfFilesSearched = 0;
     std::atomic<std::int64_t> numberOfResultsReturned = 0;
     DelayTimer numberOfFilesSearchedDelay;
+    Locked<std::optional<Announcement>> announcement;  // not told yet
 
     MergeQueue queue;
     std::unique_ptr<Merge> merge;
@@ -271,6 +279,10 @@ bool SearchManager::wantsAttributes() const {
     return state_->attributes;
 }
 
+bool SearchManager::wantsFindings() const {
+    return state_->options.findings;
+}
+
 void SearchManager::searchResults(std::vector<SearchResult> results, const SearchDataSource& fromDataSource) {
     if (!results.empty()) state_->queue.append(std::move(results), isUrgent(fromDataSource));
 }
@@ -291,9 +303,22 @@ void SearchManager::searchErrorOccured(int errorNumber, const std::string& onPat
     });
 }
 
+// Small files come and go by the thousand a second: of what is announced within one interval the newest
+// counts.
 void SearchManager::searchingInsideFile(const std::string& name, bool inProgress, int percentageProgress) {
-    state_->tell([name, inProgress, percentageProgress](SearchManagerDelegate& delegate) {
-        delegate.searchingInsideFile(name, inProgress, percentageProgress);
+    const bool isWaiting = state_->announcement.modify([&](std::optional<State::Announcement>& waiting) {
+        const bool waited = waiting.has_value();
+        waiting = State::Announcement{name, inProgress, percentageProgress};
+        return waited;
+    });
+    if (isWaiting) return;
+    state_->mainQueue.postAfter(state_->timing.progressInterval, [waiting = weak_from_this()] {
+        const auto self = waiting.lock();
+        if (!self) return;
+        const auto latest = self->state_->announcement.modify(
+            [](std::optional<State::Announcement>& newest) { return std::exchange(newest, std::nullopt); });
+        if (const auto to = self->state_->delegate.lock())
+            to->searchingInsideFile(latest->name, latest->inProgress, latest->percentage);
     });
 }
 

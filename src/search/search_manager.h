@@ -76,6 +76,8 @@ struct SearchManagerOptions {
     bool searchInsideSystemAndApps = false;
     // See SearchDataSourceDelegate::wantsAttributes.
     bool attributes = true;
+    // See SearchDataSourceDelegate::wantsFindings.
+    bool findings = true;
 };
 
 // Used for exactly one search. Its own background work keeps it alive until the finish message is out, so the
@@ -108,6 +110,7 @@ class SearchManager : public SearchDataSourceDelegate, public std::enable_shared
     bool shouldStop() const override;
     bool wantsInvisibleItems() const override;
     bool wantsAttributes() const override;
+    bool wantsFindings() const override;
     void searchResults(std::vector<SearchResult> results, const SearchDataSource& fromDataSource) override;
     void searchDataSourceProgress(std::int64_t searchedNumberOfFiles) override;
     void searchDataSourceProgress(const SearchDataSource& source,

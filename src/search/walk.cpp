@@ -1,12 +1,9 @@
 #include "search/walk.h"
 
-#include <cerrno>
 #include <chrono>
 #include <cstring>
 
 #include "base/operation_queue.h"
-#include "base/path.h"
-#include "files/fs_utilities.h"
 
 namespace kestrix {
 
@@ -20,66 +17,7 @@ constexpr std::size_t kHandOverCount = 256;
 // How many entries of one large folder are read between two looks at whether the walk was stopped.
 constexpr std::size_t kEntriesBetweenStopTests = 1024;
 
-// A range that ends "now" was worked out when the line was read, and moves on while the search runs: the end
-// of a range of dates rules a file out only from this many seconds on.
-constexpr std::int64_t kRangeAge = 86'400;
-
-// The longest path that one system call takes, with room for its null byte.
-constexpr std::size_t kLongestPath = 4095;
-
-// Opens a folder whose path may be longer than the system takes at once: piece by piece, each relative to the
-// last.
-int openAnyPath(OpenDirectory& directory, const std::string& folder) {
-    if (folder.size() <= kLongestPath) return directory.open(folder);
-    std::size_t end = folder.rfind('/', kLongestPath);
-    int error = directory.open(folder.substr(0, end));
-    while (error == 0 && end < folder.size()) {
-        const std::size_t from = end + 1;
-        end = folder.size() - from <= kLongestPath ? folder.size() : folder.rfind('/', from + kLongestPath);
-        OpenDirectory next;
-        error = next.openAt(directory, folder.substr(from, end - from).c_str());
-        directory = std::move(next);
-    }
-    return error;
-}
-
-// A folder that went away while the walk was on its way to it is no failure: it was not there to be read.
-bool countsAsUnreadable(int error) {
-    return error != 0 && error != ENOENT && error != ENOTDIR && error != ELOOP;
-}
-
-// Whether a bind mount shows a folder that it lies in itself, so that going in would show the same things
-// again.
-bool showsItsOwnParent(const Mount& mount, const std::vector<Mount>& all) {
-    const Mount* parent = nullptr;
-    for (const Mount& other : all) {
-        if (other.mountPoint == mount.mountPoint || !path::isOrIsBelow(mount.mountPoint, other.mountPoint))
-            continue;
-        if (!parent || other.mountPoint.size() > parent->mountPoint.size()) parent = &other;
-    }
-    if (!parent || parent->deviceId != mount.deviceId) return false;
-    std::string_view below = mount.mountPoint;
-    below.remove_prefix(parent->mountPoint == "/" ? 1 : parent->mountPoint.size() + 1);
-    return path::isOrIsBelow(path::join(parent->root, below), mount.root);
-}
-
 }  // namespace
-
-MountsBelow mountsBelow(std::string_view start, const std::vector<std::string>& otherTargets,
-                        const DiskInfoManager& disks) {
-    MountsBelow below;
-    const std::vector<Mount> all = disks.mounts();
-    for (const Mount& mount : all) {
-        if (mount.mountPoint == start || !path::isOrIsBelow(mount.mountPoint, start)) continue;
-        bool enter = !isPseudoFileSystem(mount.fileSystem) && !isNetworkFileSystem(mount.fileSystem) &&
-                     !showsItsOwnParent(mount, all);
-        for (const std::string& target : otherTargets) {
-            enter = enter && target != mount.mountPoint;
-        }
-        below[mount.mountPoint] = {enter, enter ? disks.keyForMount(mount) : DiskKey()};
-    }
-    return below;
-}
 
 void FolderQueue::add(std::shared_ptr<FolderFamily> family) {
     bool wake = false;
@@ -121,21 +59,10 @@ void FolderQueue::stop() {
     changed_.notify_all();
 }
 
-bool FolderQueue::takeOpenSlot() {
-    if (openFolders_.fetch_add(1) < kOpenFolders) return true;
-    --openFolders_;
-    return false;
-}
-
-void FolderQueue::giveOpenSlotBack() {
-    --openFolders_;
-}
-
 // One thread's share: its buffer, its scratch strings and the results it has not handed over yet.
 class Walk::Worker {
   public:
-    explicit Worker(Walk& walk)
-        : walk_(walk), rules_(walk.rules_), takesEverything_(walk.rules_.query.isORCommandSearch()) {}
+    explicit Worker(Walk& walk) : walk_(walk), rules_(walk.rules_) {}
 
     void work() {
         FolderQueue::Slice slice;
@@ -150,7 +77,7 @@ class Walk::Worker {
 
     void readStart(DiskKey diskKey) {
         OpenDirectory directory;
-        folder_ = rules_.start;
+        folder_ = rules_.entries.start();
         if (const int error = openAnyPath(directory, folder_)) return reportUnreadable(error);
         list(std::move(directory), diskKey);
         handOver();
@@ -159,7 +86,7 @@ class Walk::Worker {
   private:
     void readSlice(FolderQueue::Slice& slice) {
         FolderFamily& family = *slice.family;
-        if (const int error = openFamily(family)) {
+        if (const int error = family.open()) {
             folder_ = family.path;
             return reportUnreadable(error);
         }
@@ -170,11 +97,6 @@ class Walk::Worker {
             handOverIfDue();
             at += length + 1;
         }
-    }
-
-    int openFamily(FolderFamily& family) {
-        std::lock_guard hold(family.opening);
-        return family.directory.isOpen() ? 0 : openAnyPath(family.directory, family.path);
     }
 
     void readChild(FolderFamily& family, const char* name, std::size_t length) {
@@ -197,7 +119,7 @@ class Walk::Worker {
         childNames_.clear();
         std::int64_t entries = 0;
         std::int64_t folders = 0;
-        const bool goesDeeper = childrenAreToBeEntered();
+        const bool goesDeeper = rules_.entries.entersChildrenOf(folder_);
         DirectoryEntry entry;
         reader_.start(directory);
         while (reader_.next(entry)) {
@@ -205,9 +127,9 @@ class Walk::Worker {
             if (entry.type == EntryType::unknown) entry.type = askType(directory, entry.name.data());
             if (entry.type == EntryType::other || entry.type == EntryType::unknown) continue;
             const bool isFolder = entry.type == EntryType::directory;
-            if (matches(entry.name)) addResult(directory, entry.name, isFolder, diskKey);
+            if (rules_.entries.takesName(entry.name)) addResult(directory, entry.name, isFolder, diskKey);
             if (found_.size() >= kHandOverCount) handOver();
-            if (isFolder && ++folders && goesDeeper && isToBeEntered(entry.name)) {
+            if (isFolder && ++folders && goesDeeper && rules_.entries.enters(folder_, entry.name)) {
                 childNames_.append(entry.name).push_back('\0');
             }
         }
@@ -222,16 +144,15 @@ class Walk::Worker {
         return directory.attributesOf(name, attributes) == 0 ? attributes.type : EntryType::unknown;
     }
 
-    bool matches(std::string_view name) const {
-        return takesEverything_ || rules_.query.fsItemNameStringIncludesWordsFromQuery(name);
-    }
-
     // A path is built only for what passes all that can be told without one.
     void addResult(const OpenDirectory& directory, std::string_view name, bool isFolder, DiskKey diskKey) {
         FileAttributes attributes;
         const bool known = rules_.attributes && directory.attributesOf(name.data(), attributes) == 0;
         if (isFolder) attributes.size = 0;
-        if (known && !takesEverything_ && isRuledOut(attributes)) return;
+        if (known && rules_.entries.isRuledOut(attributes.size, attributes.modified.seconds,
+                                               attributes.created.seconds)) {
+            return;
+        }
         SearchResult& result = found_.emplace_back();
         result.searchResultSuppliedBy = SearchResultSupplier::fileSystem;
         result.diskKey = diskKey;
@@ -246,53 +167,14 @@ class Walk::Worker {
         result.lastAccessDate = attributes.accessed.seconds;
     }
 
-    // The commands of the line are the judges; this only spares them what they are sure to turn down.
-    bool isRuledOut(const FileAttributes& attributes) const {
-        const QuerySearchArguments& wanted = rules_.query.querySearchArguments();
-        const auto isOutside = [](const std::optional<NumberRange>& range, std::int64_t date) {
-            if (!range) return false;
-            return date < range->lowerBound ||
-                   (date >= range->upperBound && date - range->upperBound >= kRangeAge);
-        };
-        return (wanted.fileSize && !wanted.fileSize->contains(static_cast<std::int64_t>(attributes.size))) ||
-               isOutside(wanted.modificationDate, attributes.modified.seconds) ||
-               isOutside(wanted.creationDate, attributes.created.seconds);
-    }
-
-    // Whether the folders in `folder_` lie high enough.
-    bool childrenAreToBeEntered() const {
-        return !walk_.maxDepth_ || walk_.maxDepth_->letsEnterChildrenOf(folder_);
-    }
-
-    bool isToBeEntered(std::string_view name) {
-        if (name == "Backups.backupdb") return false;
-        if (rules_.invisibleItems) return true;
-        if (FSUtilities::isClosedFolderName(name)) return false;
-        child_.assign(folder_);
-        if (child_.back() != '/') child_.push_back('/');
-        child_.append(name);
-        return !FSUtilities::isInsideOSDirectory(child_, rules_.start);
-    }
-
     void addFamily(OpenDirectory directory, DiskKey diskKey) {
-        FolderQueue& queue = walk_.queue_;
-        const bool staysOpen = queue.takeOpenSlot();
-        auto family = std::shared_ptr<FolderFamily>(new FolderFamily, [&queue](FolderFamily* ended) {
-            if (ended->holdsOpenSlot) queue.giveOpenSlotBack();
-            delete ended;
-        });
-        family->path = folder_;
-        family->diskKey = diskKey;
-        family->childNames = childNames_;
-        family->holdsOpenSlot = staysOpen;
-        if (staysOpen) family->directory = std::move(directory);
-        queue.add(std::move(family));
+        walk_.queue_.add(walk_.families_.make(std::move(directory), folder_, diskKey, childNames_));
     }
 
     void report(std::int64_t newFolders) {
         if (newFolders == 0) return;
         const std::int64_t total = walk_.counters_.directories += newFolders;
-        walk_.handler_.searchDataSourceProgress(walk_.source_, total, rules_.start);
+        walk_.handler_.searchDataSourceProgress(walk_.source_, total, rules_.entries.start());
     }
 
     void reportUnreadable(int error) {
@@ -324,11 +206,9 @@ class Walk::Worker {
 
     Walk& walk_;
     const Rules& rules_;
-    const bool takesEverything_;  // what does not hold the words may still satisfy the commands
     DirectoryReader reader_;
     std::string folder_;      // the folder being read
     std::string childNames_;  // of its child folders
-    std::string child_;       // scratch
     std::vector<SearchResult> found_;
     std::chrono::steady_clock::time_point lastHandOver_;
 };
@@ -339,8 +219,7 @@ Walk::Walk(Rules rules, const SearchDataSource& source, SearchDataSourceDelegate
       source_(source),
       handler_(handler),
       counters_(counters),
-      canceled_(canceled),
-      maxDepth_(rules_.query.commandOfType<MaxDepth>()) {}
+      canceled_(canceled) {}
 
 void Walk::run(DiskKey diskKey) {
     Worker(*this).readStart(diskKey);

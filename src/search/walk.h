@@ -9,39 +9,14 @@
 #include <mutex>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
-#include "language/commands/simple_commands.h"
-#include "platform/directory.h"
+#include "files/folder_family.h"
+#include "files/mounts_below.h"
+#include "search/entry_rules.h"
 #include "search/file_system_search.h"
 
 namespace kestrix {
-
-// What lies mounted below the start of a walk, and whether the walk goes in.
-struct MountBelow {
-    bool enter = false;
-    DiskKey diskKey;
-};
-using MountsBelow = std::unordered_map<std::string, MountBelow>;
-
-// The mounts below `start`. A walk enters local file systems; it stays out of pseudo and network ones, of
-// `otherTargets` (they are walked on their own), and of bind mounts that show a folder they lie in
-// themselves.
-MountsBelow mountsBelow(std::string_view start, const std::vector<std::string>& otherTargets,
-                        const DiskInfoManager& disks);
-
-// A folder that has been listed, with the names of its child folders that are still to be read.
-struct FolderFamily {
-    std::string path;
-    DiskKey diskKey;
-    std::string childNames;  // each with its null byte
-
-    // Kept open from the listing while few families are; otherwise opened again when the first child is read.
-    OpenDirectory directory;
-    std::mutex opening;
-    bool holdsOpenSlot = false;
-};
 
 // The folders still to be read, in the order in which they were found. Threads: any number of takers, each of
 // which adds what it finds before it takes again.
@@ -66,18 +41,11 @@ class FolderQueue {
     // Every take from now on answers false.
     void stop();
 
-    // Whether one more family may stay open.
-    bool takeOpenSlot();
-    void giveOpenSlotBack();
-
   private:
     bool takeNow(Slice& slice);
 
     // So that one folder with very many children is shared out, and small ones cost one lock each.
     static constexpr std::size_t kNamesPerSlice = 16;
-    // Open folders at a time. Well below the usual limit of 1,024 open files a process, and enough that in
-    // most trees no folder is opened twice.
-    static constexpr int kOpenFolders = 256;
 
     std::mutex mutex_;
     std::condition_variable changed_;
@@ -86,18 +54,15 @@ class FolderQueue {
     int working_ = 0;
     int waiting_ = 0;
     bool stopped_ = false;
-    std::atomic<int> openFolders_ = 0;
 };
 
 // Walks one start folder. Lives for one walk.
 class Walk {
   public:
     struct Rules {
-        const QueryContainer& query;
-        std::string start;
+        EntryRules entries;
         MountsBelow mounts;
-        bool invisibleItems = false;  // enter hidden folders, system folders and packages
-        bool attributes = true;       // read size and dates of what matched
+        bool attributes = true;  // read size and dates of what matched
     };
 
     Walk(Rules rules, const SearchDataSource& source, SearchDataSourceDelegate& handler,
@@ -117,7 +82,7 @@ class Walk {
     SearchDataSourceDelegate& handler_;
     WalkCounters& counters_;
     const std::atomic<bool>& canceled_;
-    const std::shared_ptr<const MaxDepth> maxDepth_;  // or nullptr
+    FolderFamilies families_;
     FolderQueue queue_;
 };
 

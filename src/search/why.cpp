@@ -9,12 +9,12 @@
 #include "base/lock.h"
 #include "base/path.h"
 #include "files/fs_utilities.h"
+#include "files/mounts_below.h"
 #include "language/commands/simple_commands.h"
 #include "language/commands/word_commands.h"
 #include "platform/directory.h"
 #include "search/file_system_search.h"
 #include "search/known_directories_search.h"
-#include "search/walk.h"
 
 namespace kestrix {
 

@@ -74,5 +74,35 @@ TEST(NameTest, WholeWordsEqualPiecesBetweenBlanksPunctuationAndSymbols) {
         EXPECT_FALSE(test.matches(name)) << name;
 }
 
+// Every shape of the words, against names of each length and kind, with the sought bytes at each place.
+TEST(NameTest, TheQuickLookNeverTurnsDownWhatMatches) {
+    const std::vector<NameTest> tests = {
+        NameTest({.words = {"zq"}}),
+        NameTest({.words = {"_", "t_x"}}),
+        NameTest({.words = {"\u00e9z"}}),
+        NameTest({.words = {"k"}}),
+        NameTest({.words = {"Zq"}, .caseSensitive = true}),
+        NameTest({.words = {"zq"}, .wholeWords = true}),
+        NameTest({.orGroups = {{"zq", "x"}, {"\u00e9"}}, .anyGroup = true}),
+    };
+    int matched = 0, turnedDown = 0;
+    for (const char* piece : {"zq", "Zq", "ZQ x", "T_X", "e\u0301z", "\u00c9Z", "\u212a", "k", "b", ".zq."}) {
+        for (std::size_t size = 0; size <= 40; ++size) {
+            for (std::size_t at : {std::size_t{0}, size / 2, size}) {
+                const std::string name = std::string(at, 'b') + piece + std::string(size - at, 'b');
+                for (const NameTest& test : tests) {
+                    const bool may = test.mayMatch(name);
+                    turnedDown += !may;
+                    if (!test.matches(name)) continue;
+                    ++matched;
+                    ASSERT_TRUE(may) << name;
+                }
+            }
+        }
+    }
+    EXPECT_GT(matched, 500);
+    EXPECT_GT(turnedDown, 500);
+}
+
 }  // namespace
 }  // namespace kestrix
