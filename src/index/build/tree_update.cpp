@@ -1,0 +1,115 @@
+#include "index/build/tree_update.h"
+
+#include <unordered_set>
+
+#include "base/path.h"
+#include "files/folder_family.h"
+#include "shell/logger.h"
+
+namespace kestrix {
+
+TreeUpdate::TreeUpdate(GroupWriter& writer, Rules rules, const std::atomic<bool>& stop)
+    : writer_(writer), rules_(std::move(rules)), stop_(stop) {}
+
+void TreeUpdate::take(const ListedFolder& folder, const SimpleLMDB::Snapshot& snapshot) {
+    const Place place = places_.back();
+    places_.pop_back();
+    if (countsAsUnreadable(folder.errorNumber)) {
+        ++unreadable_;
+        if (Logger::shouldLog) LogFunc("Cannot read " + folder.path);
+    }
+    if (!place.isTarget && folder.attributes.type != EntryType::directory) return;
+    const FSItemID id = place.isTarget ? kNoParent : enter(place, folder, snapshot);
+    if (place.isTarget || id == place.stored) {
+        stored_.load(snapshot, id);
+    } else {
+        stored_.clear();
+    }
+    for (const ListedFile& file : folder.files) {
+        if (stop_) return;
+        takeFile(file, id, folder, snapshot);
+    }
+    placeFolders(folder, id);
+}
+
+// The folder's own item: made, or brought up to date. Dates of folders are kept current although no search
+// compares files by them: a folder's item must not depend on how old the catalog is.
+FSItemID TreeUpdate::enter(const Place& place, const ListedFolder& folder,
+                           const SimpleLMDB::Snapshot& snapshot) {
+    FSItemView item{.fsid = place.stored,
+                    .parentID = place.parent,
+                    .type = FSItemType::directory,
+                    .creationDate = dateToInt32(folder.attributes.created),
+                    .modificationDate = dateToInt32(folder.attributes.modified),
+                    .name = path::lastComponent(folder.path),
+                    .version = 1,
+                    .size = 0};
+    if (place.stored != kNoParent && place.storedType == FSItemType::directory) {
+        if (place.storedModified != item.modificationDate) writer_.update(item);
+        return place.stored;
+    }
+    if (place.stored != kNoParent) {
+        remove({.fsid = place.stored, .parentID = place.parent, .type = place.storedType}, snapshot);
+    }
+    item.fsid = writer_.nextID();
+    writer_.add(item);
+    return item.fsid;
+}
+
+void TreeUpdate::takeFile(const ListedFile& file, FSItemID parent, const ListedFolder& folder,
+                          const SimpleLMDB::Snapshot& snapshot) {
+    ++files_;
+    const FSItemView* stored = stored_.take(file.name);
+    const bool isChanged = stored && (stored->type != FSItemType::file ||
+                                      differsFromStored(file.modified, stored->modificationDate));
+    if (isChanged) remove(*stored, snapshot);
+    const bool isNew = !stored || isChanged;
+    const FSItemID id = isNew ? writer_.nextID() : stored->fsid;
+    if (isNew) {
+        writer_.add({.fsid = id,
+                     .parentID = parent,
+                     .type = FSItemType::file,
+                     .creationDate = dateToInt32(file.created),
+                     .modificationDate = dateToInt32(file.modified),
+                     .name = file.name,
+                     .version = 1,
+                     .size = static_cast<std::int64_t>(file.size)});
+    }
+    const bool isWanted = rules_.wantsAllFiles || (rules_.wantsNewFiles && isNew);
+    if (!isWanted && rules_.wantedAgain.empty()) return;
+    std::string path = path::join(folder.path, file.name);
+    if (isWanted || rules_.wantedAgain.contains(path))
+        filesToRead_.push_back({id, std::move(path), file.size});
+}
+
+// Folders were stored in the order in which the walk took them, the last one first.
+void TreeUpdate::placeFolders(const ListedFolder& folder, FSItemID parent) {
+    std::size_t place = places_.size() + folder.folders.size();
+    places_.resize(place);
+    for (auto name = folder.folders.rbegin(); name != folder.folders.rend(); ++name) {
+        const FSItemView* stored = stored_.take(*name);
+        places_[--place] = stored ? Place{parent, false, stored->fsid, stored->type, stored->modificationDate}
+                                  : Place{.parent = parent};
+    }
+}
+
+// A damaged catalog may hold circles.
+void TreeUpdate::remove(FSItemView item, const SimpleLMDB::Snapshot& snapshot) {
+    std::vector<FSItemView> going = {item};
+    std::unordered_set<FSItemID> known;
+    while (!going.empty()) {
+        item = going.back();
+        going.pop_back();
+        if (!known.insert(item.fsid).second) continue;
+        writer_.remove(item, rules_.notesDead);
+        if (item.type != FSItemType::directory) continue;
+        for (const FSItemID child : unpackChildList(snapshot.get(childrenKey(item.fsid)).value_or(""))) {
+            const auto record = snapshot.get(itemKey(child));
+            const auto stored = record ? decodeFSItem(*record) : std::nullopt;
+            going.push_back(
+                {.fsid = child, .parentID = item.fsid, .type = stored ? stored->type : FSItemType::file});
+        }
+    }
+}
+
+}  // namespace kestrix
