@@ -53,8 +53,8 @@ void SearchSession::doSearch() {
     }
     const bool inside = view_.searchInsideSystemAndApps().value_or(
         environment_.query.preferences.boolean("searchInsideSystemAndApps"));
-    currentSearchManager_ =
-        SearchManager::create(weak_from_this(), {inside, view_.wantsAttributes()}, environment_.search);
+    currentSearchManager_ = SearchManager::create(
+        weak_from_this(), {inside, view_.wantsAttributes(), view_.wantsFindings()}, environment_.search);
     currentSearchManager_->searchFor(current_);
 }
 

@@ -26,6 +26,7 @@ class SearchSessionView {
     virtual std::optional<SearchLocation> locationFromPopupIndex() = 0;
     virtual bool soundexOn() { return false; }
     virtual bool wantsAttributes() { return true; }
+    virtual bool wantsFindings() { return true; }
     // Front ends that let their user override "searchInsideSystemAndApps" for one search answer here.
     virtual std::optional<bool> searchInsideSystemAndApps() { return std::nullopt; }
     // The line and the location were set from outside (history, saved searches, scripts).

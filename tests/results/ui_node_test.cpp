@@ -1,0 +1,179 @@
+#include "results/ui_node.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "base/error.h"
+#include "platform/tags.h"
+#include "results/byte_count_text.h"
+#include "results/presence.h"
+#include "tests/results/results_fixture.h"
+
+namespace kestrix {
+namespace {
+
+using Result = UINode::VisibleCheckResult;
+using Texts = std::vector<std::string>;
+
+const VisibleCheckEnvironment kEverythingIsThere;
+
+TEST(ByteCountText, UnitsGrowFinerAndRoundUpIntoTheNext) {
+    std::string texts;
+    for (const std::uint64_t bytes : {std::uint64_t{0}, std::uint64_t{1}, 999UL, 1499UL, 1500UL, 999'500UL,
+                                      3'450'000UL, 999'950'000UL, 5'070'000'000UL, ~std::uint64_t{0}})
+        texts += byteCountText(bytes) + ", ";
+    EXPECT_EQ(texts, "0 bytes, 1 byte, 999 bytes, 1 KB, 2 KB, 1 MB, 3.5 MB, 1 GB, 5.07 GB, 18.45 EB, ");
+}
+
+TEST(UINode, ShowsWhatItsRecordHolds) {
+    const NodeWorld world;
+    const UINodePtr file = world.node(recordAt("/a\xff/x, y.pdf", 2'500'000, 7));
+    EXPECT_EQ(file->displayName(), "x, y.pdf");
+    EXPECT_EQ(file->displayPath(), "/a\uFFFD/x, y.pdf");
+    EXPECT_EQ(file->displayInside(), "a\uFFFD");
+    EXPECT_EQ(file->displayTotalSize(), "2.5 MB");
+    EXPECT_EQ(file->kind(), UINode::Kind::file);
+    EXPECT_EQ(file->displayKind(), "PDF document");
+
+    const auto kindOf = [&](const char* path, bool isDirectory) {
+        const UINodePtr node = world.node(recordAt(path, 0, 0, isDirectory));
+        return std::pair(node->kind(), node->displayKind());
+    };
+    using Kind = UINode::Kind;
+    EXPECT_EQ(kindOf("/a.pdf", true), std::pair(Kind::folder, std::string("Folder")));
+    EXPECT_EQ(kindOf("/a.framework", true).first, Kind::package);
+    EXPECT_EQ(kindOf("/Makefile", false).second, "File");
+    EXPECT_EQ(kindOf("/a.qqx", false).second, "QQX file");
+}
+
+TEST(UINode, AFolderGivesItsContentsAndAMissingOneAnError) {
+    const NodeWorld world;
+    const TemporaryFolder folder;
+    folder.file("one.txt", "12345");
+    folder.folder("two");
+    UINodes nodes = UINode::nodesForContentsOfFolder(folder.path(), world.environment);
+    std::ranges::sort(nodes, {}, &UINode::path);
+    EXPECT_EQ(pathsOf(nodes), (Texts{folder.path("one.txt"), folder.path("two")}));
+    EXPECT_EQ(nodes[0]->totalSize(), 5u);
+    EXPECT_TRUE(nodes[1]->isDirectory());
+    EXPECT_THROW(UINode::nodesForContentsOfFolder(folder.path("three"), world.environment), Error);
+    EXPECT_TRUE(
+        UINode::nodesForContentsOfFolderIgnoringError(folder.path("three"), world.environment).empty());
+    EXPECT_EQ(UINode::forFile(folder.path("one.txt"), world.environment)->totalSize(), 5u);
+}
+
+class RowInView : public ::testing::Test {
+  protected:
+    // A row whose file is gone before its first check.
+    UINodePtr rowOfMissingFile(bool deleteIfMissing, bool strikeThrough) {
+        SearchResult record = recordAt(folder.path("gone"));
+        record.checkToSeeIfItExists = deleteIfMissing;
+        record.strikeThroughDisplayNameIfMissing = strikeThrough;
+        return world.node(std::move(record));
+    }
+    // A catalog's hit whose lines are still to be collected.
+    UINodePtr rowToCollect() {
+        SearchResult record = recordAt(folder.file("hit.txt"));
+        record.searchResultSuppliedBy = SearchResultSupplier::CompactContentIndex;
+        record.tryCollectSummaryLines = true;
+        return world.node(std::move(record));
+    }
+
+    const NodeWorld world;
+    const TemporaryFolder folder;
+    QueryWorld queries;
+    const QueryContainer query = queries.query("x");
+};
+
+TEST_F(RowInView, AFileThatHasGoneTakesItsRowAlongIfItsRecordSaysSo) {
+    SearchResult record = recordAt(folder.file("here"));
+    record.checkToSeeIfItExists = true;
+    const UINodePtr row = world.node(record);
+    EXPECT_EQ(row->visibleOnScreenChecks(nullptr, kEverythingIsThere), Result::none);
+    std::filesystem::remove(record.path);
+    EXPECT_EQ(row->visibleOnScreenChecks(nullptr, kEverythingIsThere), Result::remove) << "a later look";
+}
+
+TEST_F(RowInView, AMissingFileIsStruckThroughUnlessItsDiskIsAway) {
+    const UINodePtr row = rowOfMissingFile(false, true);
+    EXPECT_EQ(row->visibleOnScreenChecks(nullptr, kEverythingIsThere), Result::reload);
+    EXPECT_TRUE(row->displayStrikeThroughText());
+    EXPECT_EQ(row->visibleOnScreenChecks(nullptr, kEverythingIsThere), Result::none) << "told already";
+
+    const VisibleCheckEnvironment away{.volumeIsReachable = [](const SearchResult&) { return false; }};
+    const UINodePtr offline = rowOfMissingFile(false, true);
+    EXPECT_EQ(offline->visibleOnScreenChecks(nullptr, away), Result::none);
+    EXPECT_FALSE(offline->displayStrikeThroughText());
+    EXPECT_EQ(rowOfMissingFile(false, false)->visibleOnScreenChecks(nullptr, kEverythingIsThere),
+              Result::none);
+}
+
+TEST_F(RowInView, LabelsAndLinksAreSeenOnlyNow) {
+    const std::string path = folder.file("tagged.txt");
+    writeTags(path, {"red", "to print"});
+    const UINodePtr row = world.node(recordAt(path));
+    EXPECT_EQ(row->labels(), Texts{});
+    EXPECT_EQ(row->visibleOnScreenChecks(nullptr, kEverythingIsThere), Result::none);
+    EXPECT_EQ(row->labels(), (Texts{"red", "to print"}));
+
+    std::filesystem::create_symlink(path, folder.path("link"));
+    std::filesystem::create_symlink("nowhere", folder.path("dangling"));
+    for (const char* name : {"link", "dangling"}) {
+        const UINodePtr link = world.node(recordAt(folder.path(name)));
+        EXPECT_EQ(link->visibleOnScreenChecks(nullptr, kEverythingIsThere), Result::reload) << name;
+        EXPECT_EQ(link->displayKind(), "Alias") << name;
+    }
+}
+
+TEST_F(RowInView, ACatalogHitIsReadForItsSummaryLinesOnce) {
+    int calls = 0;
+    const VisibleCheckEnvironment environment{
+        .collectSummary = [&](const SearchResult&, const QueryContainer&) {
+            ++calls;
+            ContentFindings findings{{"first line", "second line"}, {{"line", {{6, 4}}}}};
+            return std::make_shared<const ContentFindings>(std::move(findings));
+        }};
+    const UINodePtr row = rowToCollect();
+    EXPECT_EQ(row->visibleOnScreenChecks(&query, environment), Result::reload);
+    EXPECT_EQ(row->visibleOnScreenChecks(&query, environment), Result::none);
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(row->kind(), UINode::Kind::fileWithContentSummary);
+    ASSERT_EQ(row->children().size(), 2u);
+    EXPECT_EQ(row->children()[0]->summaryLine(), "first line");
+    EXPECT_EQ(row->children()[0]->kind(), UINode::Kind::contentSummary);
+    EXPECT_EQ(row->children()[0]->displayWordsToHighlight(), Texts{"line"});
+    const SearchResult record = row->suppliedSearchResult();
+    EXPECT_FALSE(record.tryCollectSummaryLines);
+    EXPECT_EQ(record.content->summaryLines.size(), 2u);
+    EXPECT_EQ(record.searchResultSuppliedBy, SearchResultSupplier::CompactContentIndex);
+}
+
+TEST_F(RowInView, NothingIsReadWithoutAQueryOrForLinesThatAreThere) {
+    const VisibleCheckEnvironment never{.collectSummary = [](const SearchResult&, const QueryContainer&) {
+        ADD_FAILURE();
+        return std::shared_ptr<const ContentFindings>();
+    }};
+    EXPECT_EQ(rowToCollect()->visibleOnScreenChecks(nullptr, never), Result::none);
+
+    SearchResult record = recordAt(folder.file("hit.txt"));
+    record.content = std::make_shared<const ContentFindings>(ContentFindings{{"line"}, {}});
+    const UINodePtr row = world.node(record);
+    EXPECT_EQ(row->kind(), UINode::Kind::fileWithContentSummary);
+    EXPECT_EQ(row->children().size(), 1u);
+    EXPECT_EQ(row->visibleOnScreenChecks(&query, never), Result::none);
+}
+
+TEST_F(RowInView, OnlyWhatACatalogFoundIsLookedForWhenItIsShown) {
+    SearchResult record = recordAt(folder.path("gone"));
+    EXPECT_EQ(presenceOf(record), Presence::here);
+    record.searchResultSuppliedBy = SearchResultSupplier::CompactContentIndex;
+    EXPECT_EQ(presenceOf(record), Presence::offline);
+    record.strikeThroughDisplayNameIfMissing = true;
+    EXPECT_EQ(presenceOf(record), Presence::missing);
+    record.path = folder.file("here");
+    EXPECT_EQ(presenceOf(record), Presence::here);
+}
+
+}  // namespace
+}  // namespace kestrix
