@@ -9,6 +9,7 @@
 #include "language/commands/simple_factories.h"
 #include "language/commands/size_command.h"
 #include "language/vocabulary.h"
+#include "search/content_search.h"
 #include "search/known_directories_search.h"
 #include "search/metadata_search.h"
 
@@ -25,9 +26,10 @@ Service& lazily(std::unique_ptr<Service>& place, Arguments&&... arguments) {
 // In the order in which they are asked: the first that knows a command makes it. What they refer to outlives
 // the language.
 std::vector<std::shared_ptr<const CommandFactory>> commandFactories(
-    const Clock& clock, const UTIAssistant& typeNames, Scripter& scripter,
+    const Clock& clock, const UTIAssistant& typeNames, Scripter& scripter, ImportTextToolsXPC& import,
     KnownDirectoriesFactory::Favourites favourites) {
     return {std::make_shared<CaseSensitiveFactory>(),
+            std::make_shared<ContentSearchFactory>(import),
             std::make_shared<DateCommandCreator>(clock),
             std::make_shared<ExcludeFolderFactory>(),
             std::make_shared<ExtensionCommandFactory>(),
@@ -94,12 +96,33 @@ DiskInfoManager& Application::disks() {
     return lazily(disks_, options_.mounts, mainQueue_);
 }
 
+ContentIndexManager& Application::catalogs() {
+    if (!catalogs_) {
+        catalogs_ = std::make_unique<ContentIndexManager>(ContentIndexManager::Environment{
+            preferences(), disks(), options_.clock, mainQueue_, notifications(), &activities(), &failures(),
+            folders().data + "/catalogs", SimpleLMDB::Options().mapSize, &importService()});
+    }
+    return *catalogs_;
+}
+
 const FileTypes& Application::fileTypes() {
     return lazily(fileTypes_);
 }
 
+const ImportTextTools& Application::importTools() {
+    return lazily(importTools_, fileTypes());
+}
+
+ImportTextToolsXPC& Application::importService() {
+    return lazily(importService_, importTools(), ImportTextToolsXPC::usualHelper(), clock());
+}
+
 const UTIAssistant& Application::typeNames() {
     return lazily(typeNames_, fileTypes());
+}
+
+const KindTexts& Application::kindTexts() {
+    return lazily(kindTexts_, typeNames());
 }
 
 LabelTagManager& Application::tags() {
@@ -108,6 +131,15 @@ LabelTagManager& Application::tags() {
 
 Scripter& Application::scripter() {
     return lazily(scripter_, folders().data + "/scripts", &failures());
+}
+
+RenameVC& Application::renameVC() {
+    return lazily(renameVC_, notifications());
+}
+
+Deletor& Application::deletor() {
+    return lazily(deletor_, DeletorEnvironment{notifications(), activities(), failures(), options_.mounts,
+                                               options_.clock});
 }
 
 // Lines are parsed on any thread, so the services behind the lookups are made here and now.
@@ -125,7 +157,8 @@ const LanguageParse& Application::language() {
     const VariableLookups lookups = variableLookups();
     try {
         language_ = std::make_unique<LanguageParse>(makeVocabulary(
-            sentences, commandFactories(clock(), typeNames(), scripter(), lookups.favouriteFolders),
+            sentences,
+            commandFactories(clock(), typeNames(), scripter(), importService(), lookups.favouriteFolders),
             lookups));
     } catch (const Error& fault) {
         throw Error("Vocabulary", fault.code(), sentencesPath() + ", " + fault.what());
@@ -140,6 +173,10 @@ HistoryController& Application::history() {
                     .empty();
     };
     return lazily(history_, preferences(), notifications(), holdsCommands, options_.clock);
+}
+
+SavedSearches& Application::savedSearches() {
+    return lazily(savedSearches_, preferences(), notifications());
 }
 
 RecentItems& Application::recentItems() {
@@ -166,8 +203,14 @@ SearchEnvironment Application::searchEnvironment(const SearchPlan& plan) {
     makers.commandBasedDataSources = [] {
         return SearchDataSources{std::make_shared<KnownDirectoriesSearch>()};
     };
-    makers.standardSources = [plan, walk] {
+    std::optional<ContentIndexSearch::Environment> inCatalogs;
+    if (plan.catalogs && (plan.catalogsNamedOutright || preferences().boolean("diskCatalogCaching"))) {
+        inCatalogs.emplace(ContentIndexSearch::Environment{
+            catalogs(), preferences(), plan.catalogsNamedOutright, plan.catalogFailed, &activities()});
+    }
+    makers.standardSources = [plan, walk, inCatalogs] {
         SearchDataSources sources;
+        if (inCatalogs) sources.push_back(std::make_shared<ContentIndexSearch>(*inCatalogs));
         if (plan.walk) sources.push_back(std::make_shared<FileSystemSearch>(walk));
         if (plan.metadata) sources.push_back(std::make_shared<SpotlightFileSearch>());
         return sources;

@@ -8,11 +8,16 @@
 #include <string_view>
 #include <vector>
 
+#include "actions/deletor.h"
+#include "actions/rename_vc.h"
 #include "actions/scripter.h"
 #include "base/clock.h"
 #include "base/main_queue.h"
 #include "base/notification_center.h"
 #include "files/disks.h"
+#include "import/import_text_tools.h"
+#include "import/import_text_tools_xpc.h"
+#include "index/content_index_search.h"
 #include "language/label_tag_manager.h"
 #include "language/language_parse.h"
 #include "language/query_container.h"
@@ -22,6 +27,7 @@
 #include "platform/mounts.h"
 #include "platform/settings_store.h"
 #include "platform/user_folders.h"
+#include "results/kind_texts.h"
 #include "search/file_system_search.h"
 #include "search/search_manager.h"
 #include "shell/activity.h"
@@ -31,6 +37,7 @@
 #include "stores/favorite_folders.h"
 #include "stores/history.h"
 #include "stores/recents.h"
+#include "stores/saved_searches.h"
 
 namespace kestrix {
 
@@ -49,6 +56,10 @@ struct ApplicationOptions {
 struct SearchPlan {
     bool walk = true;
     bool metadata = true;
+    bool catalogs = true;
+    bool catalogsNamedOutright = false;  // they are asked whatever the settings say
+    // See ContentIndexSearch::Environment.
+    std::function<void(const SavedIndexInfo& catalog, const std::string& reason)> catalogFailed{};
     bool showActivities = false;  // running walks stand in the list of activities
     SearchTiming timing;
 };
@@ -78,15 +89,23 @@ class Application {
     GuruMeditation& failures();
     ActivityController& activities();
     DiskInfoManager& disks();
+    ContentIndexManager& catalogs();
     const FileTypes& fileTypes();
+    // The text inside files.
+    const ImportTextTools& importTools();
+    ImportTextToolsXPC& importService();
     const UTIAssistant& typeNames();
+    const KindTexts& kindTexts();
     LabelTagManager& tags();
     Scripter& scripter();
+    RenameVC& renameVC();
+    Deletor& deletor();
     // What the sentences ask of the application: favourites, tags and scripts.
     VariableLookups variableLookups();
     // Throws Error that names the line if KESTRIX_SENTENCES names a file of sentences with a fault in it.
     const LanguageParse& language();
     HistoryController& history();
+    SavedSearches& savedSearches();
     RecentItems& recentItems();
     RecentLocations& recentLocations();
     FavoriteFolders& favoriteFolders();
@@ -118,13 +137,20 @@ class Application {
     std::unique_ptr<GuruMeditation> failures_;
     std::unique_ptr<ActivityController> activities_;
     std::unique_ptr<DiskInfoManager> disks_;
+    std::unique_ptr<FileTypes> fileTypes_;
+    std::unique_ptr<ImportTextTools> importTools_;
+    std::unique_ptr<ImportTextToolsXPC> importService_;
+    std::unique_ptr<ContentIndexManager> catalogs_;
+    std::unique_ptr<SavedSearches> savedSearches_;
     std::unique_ptr<RecentItems> recentItems_;
     std::unique_ptr<RecentLocations> recentLocations_;
     std::unique_ptr<FavoriteFolders> favoriteFolders_;
-    std::unique_ptr<FileTypes> fileTypes_;
     std::unique_ptr<UTIAssistant> typeNames_;
+    std::unique_ptr<KindTexts> kindTexts_;
     std::unique_ptr<LabelTagManager> tags_;
     std::unique_ptr<Scripter> scripter_;
+    std::unique_ptr<RenameVC> renameVC_;
+    std::unique_ptr<Deletor> deletor_;
     LanguageParse noLanguage_;
     std::unique_ptr<LanguageParse> language_;
     std::unique_ptr<HistoryController> history_;

@@ -59,8 +59,8 @@ TEST(Arguments, WrongUsageIsToldWithWhatWasMeant) {
 }
 
 TEST(Arguments, WhatIsNotBuiltSaysSoWhateverStandsBehind) {
-    EXPECT_EQ(complaint({"catalog", "add", "/x", "--words"}), "catalog is not there yet in this version");
-    EXPECT_EQ(parsed({"catalog", "list"}).command->built, false);
+    EXPECT_EQ(complaint({"media", "serve", "/x", "--port"}), "media is not there yet in this version");
+    EXPECT_EQ(parsed({"media", "serve"}).command->built, false);
 }
 
 TEST(Arguments, HelpNeedsNoOperands) {

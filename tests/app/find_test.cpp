@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
+#include "platform/stored_file.h"
 #include "tests/app/program.h"
 
 namespace kestrix {
@@ -88,12 +89,13 @@ TEST_F(Find, WrongUsageIsTwoAndOneLine) {
         {"find", "x", "--in", tree() + "/missing"},
         {"find", "x", "--in", plain},
         {"find", "x", "--where", "moon"},
-        {"find", "x", "--source", "catalog"},
         {"find", "x", "--format", "xml"},
-        {"find", "x", "--sort", "rank"},
-        {"find", "x", "--summary"},
+        {"find", "x", "--summary", "--format", "csv"},
+        {"export", "x"},
+        {"export", "x", "--to", tree() + "/x.pdf"},
+        {"export", "x", "--to", tree() + "/missing/x.csv"},
         {"find", "x", "--unknown"},
-        {"catalog", "list"},
+        {"media", "serve"},
         {"find", "x", "-0", "--format", "json"},
         {"find", "x", "--reverse"},
         {"settings", "frob"},
@@ -128,10 +130,34 @@ TEST_F(Find, SortsAndLimits) {
     const std::string one = tree() + "/hit1\n", two = tree() + "/hit2\n", three = tree() + "/hit3\n";
     EXPECT_EQ(names({"--sort", "size"}), one + two + three);
     EXPECT_EQ(names({"--sort", "size", "--reverse", "--limit", "2"}), three + two);
+    EXPECT_EQ(countOf(names({"--sort", "rank", "--limit", "2"}), '\n'), 2u);
     EXPECT_EQ(countOf(names({"--limit", "2"}), '\n'), 2u);
     EXPECT_EQ(names({"--count"}), "3\n");
     EXPECT_EQ(names({"--count", "--limit", "2"}), "2\n");
     EXPECT_EQ(names({"--source", "metadata", "--count"}), "0\n");
+}
+
+TEST_F(Find, TheSettingsPullFoldersToTheTopOfTheNames) {
+    const std::string hit = file("a hit"), folder = program_.folder().folder("tree/hit of mine");
+    EXPECT_EQ(find({"hit", "--sort", "name"}).output, hit + "\n" + folder + "\n");
+    program_.run({"settings", "set", "moveFoldersToTop", "true"});
+    EXPECT_EQ(find({"hit", "--sort", "name"}).output, folder + "\n" + hit + "\n");
+    EXPECT_EQ(find({"hit", "--sort", "size"}).output, hit + "\n" + folder + "\n");
+}
+
+TEST_F(Find, AnExportIsWhatTheTablesOfFindPrint) {
+    file("hit, one.txt", "12345");
+    file("hit two");
+    const std::string list = program_.folder().path("list");
+    for (const auto& [form, name] : {std::pair{"csv", list + ".csv"}, {"text", list + ".txt"}}) {
+        const Outcome outcome =
+            program_.run({"export", "hit", "--in", tree(), "--sort", "name", "--to", name});
+        EXPECT_EQ(outcome.output + outcome.errors, "");
+        EXPECT_EQ(outcome.code, 0);
+        EXPECT_EQ(readWholeFile(name), find({"hit", "--sort", "name", "--format", form}).output);
+    }
+    EXPECT_EQ(program_.run({"export", "absent", "--in", tree(), "--to", list, "--format", "csv"}).code, 1);
+    EXPECT_EQ(readWholeFile(list), "name, path, size, mod date, creation date, kind, parent name\n");
 }
 
 TEST_F(Find, AFolderBehindALinkIsSearched) {

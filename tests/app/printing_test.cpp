@@ -5,21 +5,11 @@
 #include <cstdlib>
 
 #include "app/cli/display_text.h"
-#include "app/cli/result_order.h"
 #include "app/cli/result_printer.h"
+#include "tests/results/results_fixture.h"
 
 namespace kestrix::cli {
 namespace {
-
-SearchResult resultOf(std::string path, std::uint64_t size = 0, std::int64_t modified = 0,
-                      bool folder = false) {
-    SearchResult result;
-    result.path = std::move(path);
-    result.size = size;
-    result.modDate = modified;
-    result.isDirectory = folder;
-    return result;
-}
 
 class Printing : public testing::Test {
   protected:
@@ -34,62 +24,80 @@ class Printing : public testing::Test {
             text += bytes;
             return WriteOutcome::written;
         });
-        ResultPrinter printer(output, std::move(style));
+        ResultPrinter printer(output, std::move(style), world.kinds);
         printer.printHeader();
         for (const SearchResult& result : results)
             printer.print(result);
         output.finish();
         return text;
     }
+
+    const NodeWorld world;
 };
 
 const std::string kHostile = "/a/one\ntwo\x1b[31m\xff.txt";
 
 TEST_F(Printing, PipesGetTheTrueBytes) {
-    EXPECT_EQ(printed({}, {resultOf(kHostile)}), kHostile + "\n");
-    EXPECT_EQ(printed({.nulEnds = true, .terminal = true}, {resultOf(kHostile)}),
+    EXPECT_EQ(printed({}, {recordAt(kHostile)}), kHostile + "\n");
+    EXPECT_EQ(printed({.nulEnds = true, .terminal = true}, {recordAt(kHostile)}),
               kHostile + std::string(1, '\0'));
 }
 
 TEST_F(Printing, ATerminalGetsNothingThatItWouldObey) {
-    EXPECT_EQ(printed({.terminal = true}, {resultOf(kHostile)}), "/a/one\\ntwo\uFFFD[31m\uFFFD.txt\n");
-    EXPECT_EQ(printed({.terminal = true}, {resultOf("/gpj.\u202Eexe")}), "/gpj.\uFFFDexe\n");
+    EXPECT_EQ(printed({.terminal = true}, {recordAt(kHostile)}), "/a/one\\ntwo\uFFFD[31m\uFFFD.txt\n");
+    EXPECT_EQ(printed({.terminal = true}, {recordAt("/gpj.\u202Eexe")}), "/gpj.\uFFFDexe\n");
 }
 
 TEST_F(Printing, FoundWordsAreMarkedInTheNameAlone) {
     const PrintStyle style{.terminal = true, .markedWords = {"port", "rep"}};
-    EXPECT_EQ(printed(style, {resultOf("/report/My Report.txt")}),
+    EXPECT_EQ(printed(style, {recordAt("/report/My Report.txt")}),
               "/report/My \x1b[1;31mReport\x1b[0m.txt\n");
 }
 
 TEST_F(Printing, LongLinesKeepTheirColumns) {
-    EXPECT_EQ(
-        printed({.form = Form::longForm}, {resultOf("/a", 7, 1456704000), resultOf("/b c", 123456789012, 0)}),
-        "           7  2016-02-29 00:00  /a\n"
-        "123456789012                 -  /b c\n");
+    EXPECT_EQ(printed({.form = Form::longForm},
+                      {recordAt("/a", 999, 1456704000), recordAt("/b c", 123'456'789'012, 0)}),
+              "999 bytes  2016-02-29 00:00  /a\n"
+              "123.46 GB                 -  /b c\n");
 }
 
-TEST_F(Printing, CsvQuotesCommasAndTextDoesNot) {
-    const auto results = {resultOf("/a/x, y.pdf", 5), resultOf("/a/b", 0, 0, true)};
-    EXPECT_EQ(printed({.form = Form::csv}, results),
-              "name, path, size, mod date, creation date, kind, parent name\n"
-              "\"x, y.pdf\", \"/a/x, y.pdf\", 5, , , PDF file, a\n"
-              "b, /a/b, 0, , , Folder, a\n");
-    EXPECT_EQ(printed({.form = Form::text}, results),
+TEST_F(Printing, WhatACatalogFoundAndIsNotThereIsMarked) {
+    const TemporaryFolder folder;
+    SearchResult there = recordAt(folder.file("there")), missing = recordAt("/gone"),
+                 offline = recordAt("/off");
+    for (SearchResult* result : {&there, &missing, &offline})
+        result->searchResultSuppliedBy = SearchResultSupplier::CompactContentIndex;
+    missing.strikeThroughDisplayNameIfMissing = true;
+    EXPECT_EQ(printed({.form = Form::longForm}, {there, missing, offline}),
+              "  0 bytes                 -  " + there.path + "\n" +
+                  "  0 bytes                 -  [missing] /gone\n"
+                  "  0 bytes                 -  [offline] /off\n");
+    const std::string json = printed({.form = Form::json}, {there, missing, offline});
+    EXPECT_EQ(json.find(R"("presence")"), json.find(R"("presence":"missing"})"));
+    EXPECT_NE(json.find(R"("presence":"offline"})"), json.npos);
+    EXPECT_EQ(printed({}, {offline}), "/off\n");
+}
+
+TEST_F(Printing, SummaryLinesStandUnderTheirPathMarkedOnATerminal) {
+    SearchResult hit = recordAt("/hit");
+    hit.content = std::make_shared<const ContentFindings>(
+        ContentFindings{{"the yearly total", "Total\x1b: 7"}, {{"Total", {}}}});
+    EXPECT_EQ(printed({.summary = true}, {hit, recordAt("/plain")}),
+              "/hit\n  the yearly total\n  Total\x1b: 7\n/plain\n");
+    EXPECT_EQ(printed({.terminal = true, .summary = true, .marksContent = true}, {hit}),
+              "/hit\n  the yearly \x1b[1;31mtotal\x1b[0m\n  \x1b[1;31mTotal\x1b[0m\uFFFD: 7\n");
+    EXPECT_EQ(printed({}, {hit}), "/hit\n");
+}
+
+TEST_F(Printing, TablesOnATerminalHoldNothingThatItWouldObey) {
+    EXPECT_EQ(printed({.form = Form::text, .terminal = true}, {recordAt("/a/\x1b.pdf")}),
               "name\tpath\tsize\tmod date\tcreation date\tkind\tparent name\n"
-              "x, y.pdf\t/a/x, y.pdf\t5\t\t\tPDF file\ta\n"
-              "b\t/a/b\t0\t\t\tFolder\ta\n");
-}
-
-TEST_F(Printing, DatesOfCsvHoldNoComma) {
-    const std::string text = printed({.form = Form::text}, {resultOf("/a/b", 0, 1456704000)});
-    EXPECT_NE(text.find("16"), text.npos);
-    EXPECT_EQ(text.find(','), text.npos);
+              "\uFFFD.pdf\t/a/\uFFFD.pdf\t0\t\t\tPDF document\ta\n");
 }
 
 TEST_F(Printing, WhatIsLongerThanTheBufferStaysInOrder) {
     const std::string big(200'000, 'x');
-    EXPECT_EQ(printed({}, {resultOf("/a"), resultOf(big), resultOf("/b")}), "/a\n" + big + "\n/b\n");
+    EXPECT_EQ(printed({}, {recordAt("/a"), recordAt(big), recordAt("/b")}), "/a\n" + big + "\n/b\n");
 }
 
 TEST_F(Printing, NothingIsWrittenAfterTheReaderHasGone) {
@@ -104,24 +112,6 @@ TEST_F(Printing, NothingIsWrittenAfterTheReaderHasGone) {
     }
     EXPECT_EQ(calls, 1);
     EXPECT_FALSE(output.isOpen());
-}
-
-TEST(Sorting, NamesSortAsPeopleReadAndEqualKeysByPath) {
-    std::vector<SearchResult> results = {resultOf("/b/file10", 3), resultOf("/b/file2", 3),
-                                         resultOf("/a/File2", 3), resultOf("/c/a", 1)};
-    const auto paths = [&] {
-        std::vector<std::string> all;
-        for (const SearchResult& result : results)
-            all.push_back(result.path);
-        return all;
-    };
-    sortResults(results, Column::name, false);
-    EXPECT_EQ(paths().front(), "/c/a");
-    EXPECT_EQ(paths().back(), "/b/file10");
-    sortResults(results, Column::size, false);
-    EXPECT_EQ(paths(), (std::vector<std::string>{"/c/a", "/a/File2", "/b/file10", "/b/file2"}));
-    sortResults(results, Column::size, true);
-    EXPECT_EQ(paths(), (std::vector<std::string>{"/b/file2", "/b/file10", "/a/File2", "/c/a"}));
 }
 
 }  // namespace

@@ -33,6 +33,8 @@ class Program {
     void setHome(std::string home) { home_ = std::move(home); }
     // For what root is never refused. Not root: nothing changes.
     void runAsNobody() { asNobody_ = ::geteuid() == 0; }
+    // What stands on standard input; nothing unless this is called.
+    void setInput(std::string_view text) { input_ = folder_.file("stdin", text); }
     void setVariable(std::string name, std::string value) { variables_[std::move(name)] = std::move(value); }
 
     Outcome run(const std::vector<std::string>& arguments, Reader reader = Reader::readsAll) const {
@@ -90,6 +92,7 @@ class Program {
         for (const char* name : {"KESTRIX_LOG", "NO_COLOR"})
             ::unsetenv(name);
         ::setenv("TERM", "xterm", 1);
+        ::dup2(::open(input_.c_str(), O_RDONLY | O_CLOEXEC), STDIN_FILENO);
         const int errors = ::open(errorFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
         ::dup2(errors, STDERR_FILENO);
         if (output >= 0) {
@@ -128,6 +131,7 @@ class Program {
     }
 
     TemporaryFolder folder_;
+    std::string input_ = "/dev/null";
     bool asNobody_ = false;
     std::map<std::string, std::string> variables_;
     std::string home_ = folder_.path("home");

@@ -22,19 +22,16 @@ struct Runner {
 };
 
 constexpr std::array kRunners = {
-    Runner{"find", runFind},
-    Runner{"explain", runExplain},
-    Runner{"complete", runComplete},
-    Runner{"tag", runTag},
-    Runner{"why", runWhy},
-    Runner{"script", runScript},
-    Runner{"settings", runSettings},
-    Runner{"history", runHistory},
-    Runner{"favourites", runFavourites},
-    Runner{"recents", runRecents},
-    Runner{"ignore", runIgnore},
-    Runner{"log", runLog},
-    Runner{"completions", runCompletions},
+    Runner{"find", runFind},         Runner{"export", runExport},
+    Runner{"explain", runExplain},   Runner{"complete", runComplete},
+    Runner{"tag", runTag},           Runner{"import", runImport},
+    Runner{"why", runWhy},           Runner{"script", runScript},
+    Runner{"catalog", runCatalog},   Runner{"service", runService},
+    Runner{"rename", runRename},     Runner{"delete", runDelete},
+    Runner{"settings", runSettings}, Runner{"history", runHistory},
+    Runner{"saved", runSaved},       Runner{"favourites", runFavourites},
+    Runner{"recents", runRecents},   Runner{"ignore", runIgnore},
+    Runner{"log", runLog},           Runner{"completions", runCompletions},
     Runner{"help", runHelp},
 };
 

@@ -13,6 +13,7 @@ constexpr std::array<Texts, 3> kSources = {"walk", "catalog", "metadata"};
 constexpr std::array<Texts, 8> kColumns = {"name", "size",   "modified", "created",
                                            "kind", "inside", "path",     "rank"};
 constexpr std::array<Texts, 5> kForms = {"path", "long", "json", "csv", "text"};
+constexpr std::array<Texts, 2> kExportForms = {"csv", "text"};
 constexpr std::array<Texts, 3> kShells = {"bash", "zsh", "fish"};
 
 constexpr std::array kGlobalOptions = {
@@ -39,12 +40,13 @@ constexpr std::array kFindOptions = {
                .valueName = "NAME",
                .values = kSources,
                .repeatable = true,
-               .help = "who looks; may be given several times; default: all (catalog is not there yet)"},
+               .help = "who looks; may be given several times; default: all, catalogs if the setting "
+                       "diskCatalogCaching is on"},
     OptionSpec{.name = "sort",
                .kind = ValueKind::choice,
                .valueName = "COLUMN",
                .values = kColumns,
-               .help = "print once, sorted by this column (rank is not there yet)"},
+               .help = "print once, sorted by this column"},
     OptionSpec{.name = "reverse", .help = "with --sort: last one first"},
     OptionSpec{.name = "limit",
                .kind = ValueKind::number,
@@ -57,9 +59,9 @@ constexpr std::array kFindOptions = {
                .values = kForms,
                .help = "how a result is printed; default: path"},
     OptionSpec{.name = "null", .shortName = '0', .help = "end each path with NUL instead of a new line"},
-    OptionSpec{.name = "summary", .help = "print the summary lines under content hits (not there yet)"},
+    OptionSpec{.name = "summary", .help = "print the summary lines of content hits under their paths"},
     OptionSpec{.name = "stats", .help = "print counts and timings on standard error at the end"},
-    OptionSpec{.name = "strict", .help = "exit with 2 if a folder could not be read"},
+    OptionSpec{.name = "strict", .help = "exit with 2 if a folder or a catalog could not be read"},
     OptionSpec{.name = "no-history", .help = "leave this line out of the history"},
 };
 
@@ -69,19 +71,82 @@ constexpr std::array kExplainOptions = {
     OptionSpec{.name = "soundex", .help = "read the line as find --soundex does"},
 };
 constexpr std::array kListOptions = {kJson};
-constexpr std::array kWhyOptions = {kFindOptions[0], kFindOptions[1], kFindOptions[2], kFindOptions[3],
+// One of the options of find, for the commands that search as it does.
+consteval OptionSpec ofFind(std::string_view name) {
+    return *std::ranges::find(kFindOptions, name, &OptionSpec::name);
+}
+constexpr std::array kWhyOptions = {ofFind("in"), ofFind("where"), ofFind("soundex"), ofFind("system"),
                                     kJson};
-static_assert(kFindOptions[0].name == "in" && kFindOptions[1].name == "where" &&
-              kFindOptions[2].name == "soundex" && kFindOptions[3].name == "system");
+constexpr std::array kExportOptions = {
+    OptionSpec{.name = "to",
+               .kind = ValueKind::path,
+               .valueName = "FILE",
+               .help = "the file to write; .csv or .txt tells its form"},
+    OptionSpec{.name = "format",
+               .kind = ValueKind::choice,
+               .valueName = "FORM",
+               .values = kExportForms,
+               .help = "its form, whatever it is called"},
+    ofFind("in"),
+    ofFind("where"),
+    ofFind("soundex"),
+    ofFind("system"),
+    ofFind("source"),
+    ofFind("sort"),
+    ofFind("reverse"),
+    ofFind("limit"),
+    ofFind("stats"),
+    ofFind("strict"),
+    ofFind("no-history"),
+};
+constexpr auto kSavedOptions = [] {
+    std::array<OptionSpec, kFindOptions.size() + 1> options;
+    *std::copy(kFindOptions.begin(), kFindOptions.end(), options.begin()) = kJson;
+    return options;
+}();
 constexpr std::array kSettingsOptions = {
     kJson,
     OptionSpec{.name = "string", .help = "with set: store the value as text, whatever it looks like"},
 };
+constexpr std::array kDeleteOptions = {
+    OptionSpec{.name = "yes", .shortName = 'y', .help = "delete without asking"},
+};
+
 constexpr std::array kHelpOptions = {
     OptionSpec{.name = "man", .help = "print the manual page (roff)"},
     OptionSpec{.name = "language", .help = "print the description of the query language (Markdown)"},
 };
 
+constexpr std::array kCatalogOptions = {
+    kJson,
+    OptionSpec{.name = "name",
+               .kind = ValueKind::text,
+               .valueName = "NAME",
+               .help = "with add: what the catalog is called; default: made from the folder"},
+    OptionSpec{.name = "mirror",
+               .kind = ValueKind::path,
+               .valueName = "FILE",
+               .help = "with add: keep a copy of the catalog there, in step both ways"},
+    OptionSpec{.name = "words",
+               .help = "with add: also the words of documents, so that content searches ask it"},
+    OptionSpec{.name = "ocr",
+               .help = "with add: the same, and the text in pictures; each update reads every file again"},
+    OptionSpec{.name = "set-aside",
+               .help = "with update: keep the old file under another name and build anew"},
+};
+
+constexpr std::array kCatalogActions = {
+    ActionSpec{"list", "", 0, 0, "all catalogs: files, size, last update, state, name, folder"},
+    ActionSpec{"info", "NAME", 1, 1,
+               "all that is known of one; NAME may be a .kxcache file, as for dump and verify"},
+    ActionSpec{"add", "PATH", 1, 1,
+               "make and fill a catalog of a folder or disk, or take in a .kxcache file"},
+    ActionSpec{"update", "[NAME]", 0, 1, "bring one, or all, in line with the disk"},
+    ActionSpec{"remove", "NAME", 1, 1, "forget a catalog and delete its file; a mirror stays"},
+    ActionSpec{"dump", "NAME", 1, 1, "print its records, one JSON object a line"},
+    ActionSpec{"verify", "NAME", 1, 1, "name each fault of its file; exits with 0 when it is sound"},
+    ActionSpec{"failed", "NAME", 1, 1, "the documents whose words could not be read: path, tab, reason"},
+};
 constexpr std::array kSettingsActions = {
     ActionSpec{"list", "", 0, 0, "all settings as KEY=VALUE; stored ones end with a tab and \"stored\""},
     ActionSpec{"get", "KEY", 1, 1, "the value of one setting"},
@@ -92,6 +157,15 @@ constexpr std::array kHistoryActions = {
     ActionSpec{"list", "", 0, 0, "the lines that were searched for, oldest first, numbered"},
     ActionSpec{"remove", "N", 1, 1, "forget the line with this number"},
     ActionSpec{"clear", "", 0, 0, "forget all lines"},
+};
+constexpr std::array kSavedActions = {
+    ActionSpec{"list", "", 0, 0, "each name, its line and where it looks, with tabs between them"},
+    ActionSpec{"add", "NAME LINE...", 2, ActionSpec::kAnyNumber,
+               "keep a line; --in or --where, and --system, are kept with it"},
+    ActionSpec{"run", "NAME", 1, 1, "find what it finds; with the options of find"},
+    ActionSpec{"change", "NAME LINE...", 2, ActionSpec::kAnyNumber, "give it another line"},
+    ActionSpec{"rename", "OLD NEW", 2, 2, "give it another name"},
+    ActionSpec{"remove", "NAME", 1, 1, "forget it"},
 };
 constexpr std::array kFavouritesActions = {
     ActionSpec{"list", "", 0, 0, "each name, a tab and its folder"},
@@ -113,6 +187,12 @@ constexpr std::array kIgnoreActions = {
 constexpr std::array kLogActions = {
     ActionSpec{"show", "", 0, 0, "today's log"},
     ActionSpec{"path", "", 0, 0, "where the log is"},
+};
+constexpr std::array kImportOptions = {
+    OptionSpec{.name = "words",
+               .help = "print each word behind its number of occurrences, the most frequent first"},
+    OptionSpec{.name = "ocr", .help = "also recognise the text in pictures"},
+    OptionSpec{.name = "all", .help = "read a file of any kind, as plain text if nothing else reads it"},
 };
 constexpr std::array kTagActions = {
     ActionSpec{"list", "PATH", 1, 1, "the tags of a file or folder"},
@@ -148,12 +228,26 @@ constexpr std::array kCommands = {
             "\"word*\" and \"*word\" stand at the beginning and the end, and quotes keep a phrase together. "
             "Behind a colon stand sentences: \": bigger than 10mb modified in 2016\"; "
             "kestrix help --language lists them all. "
-            "Results are printed as they are found, unless --sort is given. The kind of a folder is "
-            "\"Folder\"; that of a file is its extension in capitals and \"file\". In the long form a line "
-            "is "
-            "the size in bytes, the date of modification and the path.",
+            "Results are printed as they are found, unless --sort is given. Names sort as people read them; "
+            "the settings moveFoldersToTop and moveItemsStartingWithQueryToTop bear on --sort name. In the "
+            "long "
+            "form a line is the size, the date of modification and the path; what a catalog found and is not "
+            "there is marked [offline] if its disk is away and [missing] if not, and in JSON by the key "
+            "\"presence\".",
         .example = "kestrix find 'report 2016 -draft' --in ~/Documents --sort modified --reverse --limit 20",
         .options = kFindOptions,
+        .takesWords = true},
+    CommandSpec{
+        .name = "export",
+        .operands = "LINE...",
+        .summary = "write what a line finds to a file",
+        .description =
+            "Takes a line as find does. The file has a header and a line for each result: name, path, size "
+            "in bytes, dates of modification and creation, kind, and the name of the folder. Values are "
+            "separated by a comma and a blank in csv, by a tab in text. A file that is there is replaced "
+            "when the new one is complete, and stays as it is if anything fails.",
+        .example = "kestrix export 'report 2016' --in ~/Documents --sort name --to reports.csv",
+        .options = kExportOptions,
         .takesWords = true},
     CommandSpec{.name = "explain",
                 .operands = "LINE...",
@@ -179,6 +273,14 @@ constexpr std::array kCommands = {
                 .example = "kestrix tag add holiday.jpg red \"to print\"",
                 .options = kListOptions,
                 .actions = kTagActions},
+    CommandSpec{.name = "import",
+                .operands = "FILE",
+                .summary = "the text that would be searched in a file",
+                .description = "Documents are read by a helper program that can neither open files nor reach "
+                               "the network. Exits with 1 and says why if a file cannot be read.",
+                .example = "kestrix import --words report.pdf",
+                .options = kImportOptions,
+                .takesWords = true},
     CommandSpec{.name = "why",
                 .operands = "PATH LINE...",
                 .summary = "why a line finds a path, or does not",
@@ -197,6 +299,46 @@ constexpr std::array kCommands = {
                 .options = kListOptions,
                 .actions = kScriptActions,
                 .usualAction = "list"},
+    CommandSpec{
+        .name = "catalog",
+        .summary = "catalogs of folders and disks, searched in place of them",
+        .description =
+            "A catalog knows every file and folder below one folder, in one file. find asks catalogs "
+            "with --source catalog, also when the disk is away, and beside the disks when the setting "
+            "diskCatalogCaching is on. update keeps what has gone from the disk. Ctrl-C stops add and "
+            "update without harm.",
+        .example = "kestrix catalog add /media/archive --name Archive",
+        .options = kCatalogOptions,
+        .actions = kCatalogActions,
+        .usualAction = "list"},
+    CommandSpec{.name = "service",
+                .summary = "keep the catalogs up to date",
+                .description =
+                    "Runs until Ctrl-C and prints a line for each refresh. A catalog is refreshed when the "
+                    "setting updateCachesEvery says so (200 a day, 500 a week, 700 a month), while "
+                    "diskCatalogCaching is on; and every day at fileContentCachingUpdateTime, such as 03:30, "
+                    "while fileContentCachingTimeUpdatesEnabled is on.",
+                .example = "kestrix service"},
+    CommandSpec{.name = "rename",
+                .operands = "PATH...",
+                .summary = "give files new names, one after the other",
+                .description =
+                    "Each new name is asked for on the terminal, or read from standard input, one a line; an "
+                    "empty line keeps the name. Nothing is moved and nothing is overwritten: the first "
+                    "failure ends it. The new paths are printed.",
+                .example = "kestrix rename draft.txt notes.txt",
+                .takesWords = true},
+    CommandSpec{.name = "delete",
+                .operands = "PATH...",
+                .summary = "delete files and folders for good",
+                .description =
+                    "There is no trash and no way back. Folders go with all that they hold; links are "
+                    "deleted, never followed. The root folder, mount points and folders in which a disk is "
+                    "mounted are refused. What cannot be deleted is told, and the rest goes; Ctrl-C stops "
+                    "half-way.",
+                .example = "kestrix delete draft.txt 'old notes'",
+                .options = kDeleteOptions,
+                .takesWords = true},
     CommandSpec{.name = "settings",
                 .summary = "read and change the settings",
                 .description =
@@ -213,6 +355,14 @@ constexpr std::array kCommands = {
                 .example = "kestrix history remove 3",
                 .options = kListOptions,
                 .actions = kHistoryActions,
+                .usualAction = "list"},
+    CommandSpec{.name = "saved",
+                .summary = "searches that are kept under a name",
+                .description = "A saved search looks where it was told to when it was added, or in your home "
+                               "folder, unless run is given --in or --where.",
+                .example = "kestrix saved add drafts 'report : modified this week' --in ~/Documents",
+                .options = kSavedOptions,
+                .actions = kSavedActions,
                 .usualAction = "list"},
     CommandSpec{.name = "favourites",
                 .summary = "folders to be reached by name",
@@ -254,15 +404,8 @@ constexpr std::array kCommands = {
                 .example = "kestrix help find",
                 .options = kHelpOptions,
                 .takesWords = true},
-    notBuilt("saved", "saved searches"),
-    notBuilt("catalog", "catalogs of folders and disks"),
-    notBuilt("import", "the text that would be searched in a file"),
-    notBuilt("export", "results as a file"),
-    notBuilt("rename", "rename what was found"),
-    notBuilt("delete", "delete what was found"),
     notBuilt("media", "the media server"),
     notBuilt("remote", "searches on other machines"),
-    notBuilt("service", "searches for other programs"),
 };
 
 template <typename Row>

@@ -1,19 +1,38 @@
 #include "app/cli/find_request.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
+#include <utility>
 
 #include "app/cli/display_text.h"
+#include "base/path.h"
 #include "platform/directory.h"
 #include "platform/system_info.h"
 
 namespace kestrix::cli {
 namespace {
 
-std::string resolvedFolder(std::string_view typed) {
+[[noreturn]] void complainOfMissing(std::string_view place) {
+    throw UsageError("--in: there is no " + inQuotes(place) + "; name a folder that exists");
+}
+
+// What of it is still there may lie behind links.
+std::string resolvedAsFarAsItExists(std::string_view typed) {
+    std::string whole = path::normalized(typed, workingDirectory());
+    std::string_view there = whole;
+    while (!there.empty()) {
+        if (const std::string resolved = resolvedPath(std::string(there)); !resolved.empty())
+            return path::join(resolved, std::string_view(whole).substr(there == "/" ? 1 : there.size() + 1));
+        there = path::parent(there);
+    }
+    return whole;
+}
+
+// Nothing if there is no such folder.
+std::optional<std::string> folderIfThere(std::string_view typed) {
     std::string place = resolvedPath(std::string(typed));
-    if (place.empty())
-        throw UsageError("--in: there is no " + inQuotes(typed) + "; name a folder that exists");
+    if (place.empty()) return std::nullopt;
     FileAttributes attributes;
     if (readAttributes(place, true, attributes) == 0 && attributes.type != EntryType::directory) {
         throw UsageError("--in: " + inQuotes(typed) + " is not a folder; name the folder it lies in");
@@ -23,13 +42,18 @@ std::string resolvedFolder(std::string_view typed) {
 
 void resolvePlaces(const Arguments& arguments, FindRequest& request) {
     for (const std::string_view typed : arguments.values("in")) {
-        request.places.push_back(resolvedFolder(typed));
+        auto place = folderIfThere(typed);
+        if (!place) {
+            if (!request.catalogsNamedOutright || typed.empty()) complainOfMissing(typed);
+            place = resolvedAsFarAsItExists(typed);
+            request.missingPlaces.push_back(*place);
+        }
+        request.places.push_back(*std::move(place));
     }
     if (const auto preset = arguments.value("where")) request.preset = searchLocationURLSetNamed(*preset);
     if (request.places.empty() && !request.preset) request.preset = SearchLocationURLSet::home;
 }
 
-// A search that names catalogs beside another source still gives what that source finds.
 void resolveSources(const Arguments& arguments, FindRequest& request) {
     const auto sources = arguments.values("source");
     if (sources.empty()) return;
@@ -38,11 +62,8 @@ void resolveSources(const Arguments& arguments, FindRequest& request) {
     };
     request.walk = named("walk");
     request.metadata = named("metadata");
-    if (!named("catalog")) return;
-    if (!request.walk && !request.metadata) {
-        throw UsageError("--source catalog is not there yet; use --source walk");
-    }
-    complain("--source catalog is not there yet; only the other sources are asked");
+    request.catalogs = named("catalog");
+    request.catalogsNamedOutright = request.catalogs;
 }
 
 void resolveForm(const Arguments& arguments, FindRequest& request) {
@@ -51,12 +72,25 @@ void resolveForm(const Arguments& arguments, FindRequest& request) {
     if (request.nulEnds && request.form != Form::path) {
         throw UsageError("-0 ends paths; it goes with --format path only");
     }
+    request.summary = arguments.has("summary");
+    const bool hasRoom = request.form == Form::path || request.form == Form::longForm;
+    if (request.summary && (!hasRoom || request.nulEnds)) {
+        throw UsageError("--summary puts lines under paths; it goes with --format path or long, without -0");
+    }
+}
+
+Column columnNamed(std::string_view name) {
+    using Named = std::pair<std::string_view, Column>;
+    constexpr std::array kColumns = {Named{"name", Column::name},        Named{"size", Column::size},
+                                     Named{"modified", Column::modDate}, Named{"created", Column::created},
+                                     Named{"kind", Column::kind},        Named{"inside", Column::inside},
+                                     Named{"path", Column::path},        Named{"rank", Column::rank}};
+    return std::ranges::find(kColumns, name, &Named::first)->second;
 }
 
 void resolveOrder(const Arguments& arguments, FindRequest& request) {
     request.reverse = arguments.has("reverse");
     if (const auto column = arguments.value("sort")) {
-        if (*column == "rank") throw UsageError("--sort rank is not there yet; sort by another column");
         request.sort = columnNamed(*column);
     } else if (request.reverse) {
         throw UsageError("--reverse goes with --sort COLUMN");
@@ -65,10 +99,15 @@ void resolveOrder(const Arguments& arguments, FindRequest& request) {
 
 }  // namespace
 
+std::string resolvedFolder(std::string_view typed) {
+    auto place = folderIfThere(typed);
+    if (!place) complainOfMissing(typed);
+    return *std::move(place);
+}
+
 FindRequest resolveFind(const Arguments& arguments) {
     if (arguments.words.empty())
         throw UsageError("find needs a line to look for, such as: kestrix find report");
-    if (arguments.has("summary")) throw UsageError("--summary is not there yet; leave it out");
     FindRequest request;
     request.line = arguments.line();
     resolveOrder(arguments, request);
@@ -87,6 +126,19 @@ FindRequest resolveFind(const Arguments& arguments) {
     request.strict = arguments.has("strict");
     request.entersHistory = !arguments.has("no-history");
     return request;
+}
+
+void demandKnownPlaces(const FindRequest& request, const ContentIndexManager& catalogs) {
+    for (const std::string& place : request.missingPlaces) {
+        if (!catalogs.holdsTarget(place)) complainOfMissing(place);
+    }
+}
+
+bool needsAttributes(const FindRequest& request) {
+    if (request.countOnly) return false;
+    const auto sort = request.sort.value_or(Column::name);
+    return request.exportTo || needsAttributes(request.form) || sort == Column::size ||
+           sort == Column::modDate || sort == Column::created;
 }
 
 SearchLocation locationOf(const FindRequest& request, const DiskInfoManager& disks, const std::string& home) {

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <iterator>
 
 #include "app/cli/display_text.h"
 #include "base/error.h"
@@ -12,6 +11,7 @@
 #include "language/commands/regex_command.h"
 #include "language/suggestions.h"
 #include "platform/system_info.h"
+#include "results/content_summary.h"
 
 namespace kestrix::cli {
 namespace {
@@ -48,6 +48,10 @@ FindRun::FindRun(CommandContext& context, FindRequest request)
       interrupts_(std::make_unique<InterruptWatcher>([this](int signal) { interrupted(signal); })) {}
 
 int FindRun::run() {
+    if (!request_.missingPlaces.empty()) demandKnownPlaces(request_, application_.catalogs());
+    if (const auto& target = request_.exportTo) {
+        exportFile_ = std::make_unique<ExportFile>(target->path, target->format);
+    }
     session_ = SearchSession::create(*this, sessionEnvironment());
     MainQueue& queue = application_.mainQueue();
     if (request_.entersHistory) queue.postAfter(kHistoryDelay, [this] { noteInHistory(); });
@@ -56,6 +60,7 @@ int FindRun::run() {
     if (!ended_) application_.mainQueue().run();
     progress_.clear();
     printGathered();
+    finishExport();
     output_.flush();
     noteInHistory();
     noteSlowPatterns();
@@ -71,6 +76,12 @@ SearchSessionEnvironment FindRun::sessionEnvironment() {
     SearchPlan plan;
     plan.walk = request_.walk;
     plan.metadata = request_.metadata;
+    plan.catalogs = request_.catalogs;
+    plan.catalogsNamedOutright = request_.catalogsNamedOutright;
+    plan.catalogFailed = [this](const SavedIndexInfo& catalog, const std::string& reason) {
+        application_.mainQueue().post(
+            [this, name = catalog.displayName, reason] { noteFailedCatalog(name, reason); });
+    };
     plan.showActivities = progress_.isPossible();
     plan.timing.grace = Seconds(0);
     SearchSessionTiming timing;
@@ -89,8 +100,11 @@ std::optional<SearchLocation> FindRun::locationFromPopupIndex() {
 }
 
 bool FindRun::wantsAttributes() {
-    if (request_.countOnly) return false;
-    return needsAttributes(request_.form) || (request_.sort && needsAttributes(*request_.sort));
+    return needsAttributes(request_);
+}
+
+bool FindRun::wantsFindings() {
+    return request_.summary;
 }
 
 std::optional<bool> FindRun::searchInsideSystemAndApps() {
@@ -112,13 +126,15 @@ void FindRun::searchHasStarted(const Query& query) {
     style.form = request_.form;
     style.nulEnds = request_.nulEnds;
     style.terminal = isTerminal(StandardStream::output);
-    if (style.terminal && colourIsWelcome()) {
+    style.summary = request_.summary;
+    style.marksContent = style.terminal && colourIsWelcome();
+    if (style.marksContent) {
         for (const std::string& word : query->searchWordsHighlightStrings()) {
             style.markedWords.push_back(text::lowered(word));
         }
     }
-    printer_ = std::make_unique<ResultPrinter>(output_, std::move(style));
-    if (!request_.countOnly) printer_->printHeader();
+    printer_ = std::make_unique<ResultPrinter>(output_, std::move(style), application_.kindTexts());
+    if (!request_.countOnly && !exportFile_) printer_->printHeader();
     const Commands& commands = query->commandsFoundInQuery();
     onlyFilters_ = !query->isWordBasedSearch() &&
                    std::all_of(commands.begin(), commands.end(),
@@ -150,6 +166,14 @@ void FindRun::noteSlowPatterns() {
     }
 }
 
+void FindRun::noteFailedCatalog(const std::string& name, const std::string& reason) {
+    if (ended_) return;
+    ++failedCatalogs_;
+    progress_.clear();
+    complain("the catalog " + inQuotes(name) + " was not searched: " + reason +
+             "; mend it with kestrix catalog update or take it off the list with kestrix catalog remove");
+}
+
 void FindRun::addResults(std::vector<SearchResult> results, const Query&) {
     if (ended_ || results.empty()) return;
     progress_.clear();
@@ -174,12 +198,33 @@ void FindRun::take(std::vector<SearchResult>& results) {
     found_ += static_cast<std::int64_t>(results.size());
     if (request_.countOnly) return;
     if (sorts) {
-        gathered_.insert(gathered_.end(), std::make_move_iterator(results.begin()),
-                         std::make_move_iterator(results.end()));
+        const UINodeEnvironment environment{application_.kindTexts(), application_.clock()};
+        for (SearchResult& result : results)
+            gathered_.push_back(std::make_shared<UINode>(std::move(result), environment));
         return;
     }
     for (const SearchResult& result : results)
-        printer_->print(result);
+        put(result);
+}
+
+// A file that cannot be written is no reason to go on searching.
+void FindRun::put(const SearchResult& result) {
+    if (!exportFile_) return print(result);
+    if (exportFailure_) return;
+    try {
+        exportFile_->add(result, application_.kindTexts().kindOf(result.path, result.isDirectory).text);
+    } catch (const Error& failure) {
+        exportFailure_ = failure;
+        stop();
+    }
+}
+
+// What a catalog knows to hold the words has not been read yet.
+void FindRun::print(const SearchResult& result) {
+    if (!request_.summary || !result.tryCollectSummaryLines || result.content) return printer_->print(result);
+    SearchResult hit = result;
+    hit.content = collectSummary(hit, *query_);
+    printer_->print(hit);
 }
 
 void FindRun::flushSoon() {
@@ -270,14 +315,29 @@ void FindRun::printGathered() {
         output_.append('\n');
         return;
     }
-    if (!request_.sort) return;
-    sortResults(gathered_, *request_.sort, request_.reverse);
+    if (request_.sort) printSorted();
+}
+
+void FindRun::printSorted() {
+    const NodeOrder order{*request_.sort, request_.reverse,
+                          SortRules::of(query_.get(), application_.preferences()), true};
+    gathered_ = UINode::sortNodes(std::move(gathered_), order);
     if (request_.limit && gathered_.size() > static_cast<std::size_t>(*request_.limit)) {
         gathered_.resize(static_cast<std::size_t>(*request_.limit));
     }
-    for (const SearchResult& result : gathered_) {
+    for (const UINodePtr& node : gathered_) {
         if (!output_.isOpen()) return;
-        printer_->print(result);
+        put(node->record());
+    }
+}
+
+// What was interrupted, or never searched, leaves the old file as it is.
+void FindRun::finishExport() {
+    if (!exportFile_ || exportFailure_ || interruptedBy_ != 0 || emptyQuery_ || ranScript_) return;
+    try {
+        exportFile_->commit();
+    } catch (const Error& failure) {
+        exportFailure_ = failure;
     }
 }
 
@@ -301,6 +361,10 @@ void FindRun::printStats() {
 int FindRun::exitCode() {
     if (interruptedBy_ != 0) return exitCodeOf(interruptedBy_);
     if (ranScript_) return application_.scripter().failuresSoFar() > 0 ? kExitFailure : kExitFound;
+    if (exportFailure_) {
+        complain(exportFailure_->what());
+        return kExitFailure;
+    }
     if (emptyQuery_) {
         if (!notedUnknownWords_) complain("nothing to look for: the line is empty; give at least one word");
         return kExitNothing;
@@ -313,6 +377,7 @@ int FindRun::exitCode() {
         complain(fmt::format("{} {} could not be read", unreadable, unreadable == 1 ? "folder" : "folders"));
         return kExitFailure;
     }
+    if (request_.strict && failedCatalogs_ > 0) return kExitFailure;
     return found_ > 0 ? kExitFound : kExitNothing;
 }
 

@@ -13,12 +13,16 @@
 #include "app/cli/commands.h"
 #include "app/cli/find_request.h"
 #include "app/cli/progress_line.h"
+#include "base/error.h"
 #include "platform/interrupts.h"
+#include "results/node_sorting.h"
+#include "results/results_exporter.h"
 #include "results/search_session.h"
 
 namespace kestrix::cli {
 
-// Prints results as they come, or all at the end when they are sorted or counted. The search ends with its
+// Prints or exports results as they come, or all at the end when they are sorted or counted. An exported file
+// appears only when it is complete. The search ends with its
 // last source, with the limit, with an interrupt, or when nobody reads any more; in the last three cases its
 // threads may still wind down when run returns, so the application must live on until the process ends.
 class FindRun : private SearchSessionView {
@@ -33,6 +37,7 @@ class FindRun : private SearchSessionView {
     std::optional<SearchLocation> locationFromPopupIndex() override;
     bool soundexOn() override { return request_.soundex; }
     bool wantsAttributes() override;
+    bool wantsFindings() override;
     std::optional<bool> searchInsideSystemAndApps() override;
     void scriptHasStarted(const Query& query) override;
     void searchHasStarted(const Query& query) override;
@@ -45,14 +50,19 @@ class FindRun : private SearchSessionView {
     void stop();
     void end();
     void take(std::vector<SearchResult>& results);
+    void put(const SearchResult& result);
+    void print(const SearchResult& result);
     void flushSoon();
     void flushNow();
     void noteInHistory();
     void drawProgress();
     void printGathered();
+    void printSorted();
+    void finishExport();
     void printStats();
     void noteWhatIsNotUnderstood(const QueryContainer& query);
     void noteSlowPatterns();
+    void noteFailedCatalog(const std::string& name, const std::string& reason);
     int exitCode();
 
     CommandContext& context_;
@@ -69,10 +79,13 @@ class FindRun : private SearchSessionView {
     std::unique_ptr<ResultPrinter> printer_;
     ProgressLine progress_;
     Query query_;
-    std::vector<SearchResult> gathered_;  // with a sort column
+    UINodes gathered_;  // with a sort column
+    std::unique_ptr<ExportFile> exportFile_;
+    std::optional<Error> exportFailure_;
     std::optional<std::string> historyLine_;
     std::optional<SteadyTime> firstResult_;
     std::int64_t found_ = 0;
+    int failedCatalogs_ = 0;
     bool ended_ = false;
     bool emptyQuery_ = false;
     bool onlyFilters_ = false;

@@ -1,5 +1,6 @@
 #include "app/cli/output_writer.h"
 
+#include <charconv>
 #include <cstring>
 
 namespace kestrix::cli {
@@ -26,17 +27,9 @@ void OutputWriter::append(char byte) {
     buffer_[filled_++] = byte;
 }
 
-void OutputWriter::appendNumber(std::uint64_t number, std::size_t width) {
-    constexpr std::size_t kMost = 40;
-    char digits[kMost];
-    std::size_t at = kMost;
-    do {
-        digits[--at] = static_cast<char>('0' + number % 10);
-        number /= 10;
-    } while (number > 0);
-    while (kMost - at < width && at > 0)
-        digits[--at] = ' ';
-    append(std::string_view(digits + at, kMost - at));
+void OutputWriter::appendNumber(std::uint64_t number) {
+    char digits[20];
+    append(std::string_view(digits, std::to_chars(digits, digits + sizeof digits, number).ptr));
 }
 
 void OutputWriter::flush() {

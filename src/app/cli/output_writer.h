@@ -25,8 +25,8 @@ class OutputWriter {
 
     void append(std::string_view bytes);
     void append(char byte);
-    // Decimal digits, filled up with blanks in front to `width`.
-    void appendNumber(std::uint64_t number, std::size_t width = 0);
+    // Decimal digits.
+    void appendNumber(std::uint64_t number);
 
     // Writes what has gathered.
     void flush();

@@ -1,17 +1,16 @@
 #include "app/cli/result_printer.h"
 
-#include <array>
+#include <utility>
 
 #include "app/cli/display_text.h"
 #include "base/calendar.h"
-#include "base/path.h"
 #include "base/text.h"
+#include "results/byte_count_text.h"
+#include "results/presence.h"
 
 namespace kestrix::cli {
 namespace {
 
-// Wide enough for a terabyte less one byte, so that columns stay straight while results stream in.
-constexpr std::size_t kSizeWidth = 12;
 constexpr std::string_view kUnknownDate = "               -";
 constexpr std::string_view kMarkOn = "\x1b[1;31m";
 constexpr std::string_view kMarkOff = "\x1b[0m";
@@ -35,8 +34,17 @@ void appendDate(OutputWriter& output, std::int64_t secondsSince1970) {
     output.append(std::string_view(text, sizeof text - 1));
 }
 
-constexpr std::array<std::string_view, 7> kColumnTitles = {"name",          "path", "size",       "mod date",
-                                                           "creation date", "kind", "parent name"};
+// Whether what a catalog found is still there, in words; empty where it is.
+std::string_view absenceOf(const SearchResult& result) {
+    switch (presenceOf(result)) {
+        case Presence::missing:
+            return "missing";
+        case Presence::offline:
+            return "offline";
+        default:
+            return {};
+    }
+}
 
 }  // namespace
 
@@ -52,23 +60,18 @@ bool needsAttributes(Form form) {
     return form != Form::path;
 }
 
-std::string kindOf(const SearchResult& result) {
-    if (result.isDirectory) return "Folder";
-    const std::string_view extension = path::extension(result.path);
-    return extension.empty() ? "File" : text::uppered(extension) + " file";
+ResultPrinter::ResultPrinter(OutputWriter& output, PrintStyle style, const KindTexts& kinds)
+    : output_(output), style_(std::move(style)), kinds_(kinds) {
+    if (style_.form != Form::csv && style_.form != Form::text) return;
+    lines_.emplace(style_.form == Form::csv ? ResultLinesFormat::csv : ResultLinesFormat::text,
+                   style_.terminal ? appendSafely : nullptr);
 }
 
-ResultPrinter::ResultPrinter(OutputWriter& output, PrintStyle style)
-    : output_(output), style_(std::move(style)) {}
-
-// A tab for text; a comma and a blank for csv.
 void ResultPrinter::printHeader() {
-    if (style_.form != Form::csv && style_.form != Form::text) return;
-    for (std::size_t i = 0; i < kColumnTitles.size(); ++i) {
-        if (i > 0) output_.append(style_.form == Form::csv ? ", " : "\t");
-        output_.append(kColumnTitles[i]);
-    }
-    output_.append('\n');
+    if (!lines_) return;
+    scratch_.clear();
+    lines_->appendHeader(scratch_);
+    output_.append(scratch_);
 }
 
 void ResultPrinter::print(const SearchResult& result) {
@@ -80,56 +83,43 @@ void ResultPrinter::print(const SearchResult& result) {
             printLong(result);
             break;
         case Form::json:
-            output_.append(toJson(result));
-            output_.append('\n');
+            printJson(result);
             break;
         case Form::csv:
         case Form::text:
-            printColumns(result);
+            scratch_.clear();
+            lines_->appendLine(scratch_, result, kinds_.kindOf(result.path, result.isDirectory).text);
+            output_.append(scratch_);
             break;
     }
+    if (style_.summary && result.content) printSummary(*result.content);
 }
 
 void ResultPrinter::printLong(const SearchResult& result) {
-    output_.appendNumber(result.size, kSizeWidth);
+    constexpr std::string_view kBlanks = "         ";
+    static_assert(kBlanks.size() == kLongestByteCount);
+    const std::string size = byteCountText(result.size);
+    output_.append(kBlanks.substr(size.size()));
+    output_.append(size);
     output_.append("  ");
     appendDate(output_, result.modDate);
     output_.append("  ");
+    if (const std::string_view absence = absenceOf(result); !absence.empty()) {
+        output_.append('[');
+        output_.append(absence);
+        output_.append("] ");
+    }
     printPath(result.path);
 }
 
-void ResultPrinter::printColumns(const SearchResult& result) {
-    const std::string_view separator = style_.form == Form::csv ? ", " : "\t";
-    printColumn(path::lastComponent(result.path));
-    output_.append(separator);
-    printColumn(result.path);
-    output_.append(separator);
-    output_.appendNumber(result.size);
-    output_.append(separator);
-    printColumn(dates_.shortDateAndTime(result.modDate));
-    output_.append(separator);
-    printColumn(dates_.shortDateAndTime(result.creationDate));
-    output_.append(separator);
-    printColumn(kindOf(result));
-    output_.append(separator);
-    printColumn(path::lastComponent(path::parent(result.path)));
-    output_.append('\n');
-}
-
-// Quotes within a value are left as they are: readers of this form expect no doubling.
-void ResultPrinter::printColumn(std::string_view value) {
-    const bool needsQuotes = style_.form == Form::csv && value.find(',') != value.npos;
-    if (needsQuotes) output_.append('"');
-    scratch_.clear();
-    if (style_.terminal) {
-        appendSafely(scratch_, value);
-        output_.append(scratch_);
-    } else if (text::isAscii(value)) {
-        output_.append(value);
-    } else {
-        output_.append(text::displayable(value));
+void ResultPrinter::printJson(const SearchResult& result) {
+    std::string json = toJson(result);
+    if (const std::string_view absence = absenceOf(result); !absence.empty()) {
+        json.pop_back();
+        json.append(R"(,"presence":")").append(absence).append(R"("})");
     }
-    if (needsQuotes) output_.append('"');
+    output_.append(json);
+    output_.append('\n');
 }
 
 void ResultPrinter::printPath(std::string_view path) {
@@ -144,19 +134,40 @@ void ResultPrinter::printPath(std::string_view path) {
 // Words are looked for in the name alone, where the search found them.
 void ResultPrinter::printForTerminal(std::string_view path) {
     const std::size_t nameStart = path.size() > 1 ? path.rfind('/', path.size() - 2) + 1 : 0;
-    const std::string_view name = path.substr(nameStart);
     scratch_.clear();
     appendSafely(scratch_, path.substr(0, nameStart));
+    appendMarked(path.substr(nameStart), style_.markedWords);
+    output_.append(scratch_);
+}
+
+void ResultPrinter::printSummary(const ContentFindings& findings) {
+    std::vector<std::string> words;
+    if (style_.marksContent) {
+        for (const auto& found : findings.contentSearchResults)
+            words.push_back(text::lowered(found.first));
+    }
+    for (const std::string& line : findings.summaryLines) {
+        scratch_ = "  ";
+        if (style_.terminal) {
+            appendMarked(line, words);
+        } else {
+            scratch_ += line;
+        }
+        scratch_ += '\n';
+        output_.append(scratch_);
+    }
+}
+
+void ResultPrinter::appendMarked(std::string_view text, const std::vector<std::string>& loweredWords) {
     std::size_t done = 0;
-    for (const auto& [begin, end] : stretchesOf(name, style_.markedWords)) {
-        appendSafely(scratch_, name.substr(done, begin - done));
+    for (const auto& [begin, end] : stretchesOf(text, loweredWords)) {
+        appendSafely(scratch_, text.substr(done, begin - done));
         scratch_ += kMarkOn;
-        appendSafely(scratch_, name.substr(begin, end - begin));
+        appendSafely(scratch_, text.substr(begin, end - begin));
         scratch_ += kMarkOff;
         done = end;
     }
-    appendSafely(scratch_, name.substr(done));
-    output_.append(scratch_);
+    appendSafely(scratch_, text.substr(done));
 }
 
 }  // namespace kestrix::cli

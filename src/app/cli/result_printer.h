@@ -1,13 +1,15 @@
 // Writes found files in one of the forms of the command line.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "app/cli/output_writer.h"
-#include "base/text_dates.h"
 #include "files/search_result.h"
+#include "results/kind_texts.h"
+#include "results/result_lines.h"
 
 namespace kestrix::cli {
 
@@ -18,21 +20,21 @@ Form formNamed(std::string_view name);
 // Whether the form shows sizes or dates.
 bool needsAttributes(Form form);
 
-// The kind of a result in words: "Folder", "PDF file", "File".
-std::string kindOf(const SearchResult& result);
-
 struct PrintStyle {
     Form form = Form::path;
     bool nulEnds = false;                    // paths end with NUL and are printed as they are
     bool terminal = false;                   // what is printed must be safe for a terminal
+    bool summary = false;                    // summary lines stand under their path
     std::vector<std::string> markedWords{};  // lower case; marked in names of the path and the long form
+    bool marksContent = false;               // found words are marked in summary lines
 };
 
 // One thread. The path and the long form give a path's true bytes unless the style says that a terminal
 // reads them; the others are always valid UTF-8.
 class ResultPrinter {
   public:
-    ResultPrinter(OutputWriter& output, PrintStyle style);
+    // The kinds outlive this.
+    ResultPrinter(OutputWriter& output, PrintStyle style, const KindTexts& kinds);
 
     // The line above all results, where the form has one.
     void printHeader();
@@ -40,15 +42,17 @@ class ResultPrinter {
 
   private:
     void printLong(const SearchResult& result);
-    void printColumns(const SearchResult& result);
-    void printColumn(std::string_view value);
+    void printJson(const SearchResult& result);
     void printPath(std::string_view path);
     void printForTerminal(std::string_view path);
+    void printSummary(const ContentFindings& findings);
+    void appendMarked(std::string_view text, const std::vector<std::string>& loweredWords);
 
     OutputWriter& output_;
     PrintStyle style_;
+    const KindTexts& kinds_;
+    std::optional<ResultLines> lines_;  // of csv and text
     std::string scratch_;
-    text::ShortDates dates_;
 };
 
 }  // namespace kestrix::cli

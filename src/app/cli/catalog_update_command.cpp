@@ -1,0 +1,165 @@
+// What makes, fills and takes away catalogs.
+#include <fmt/format.h>
+
+#include "app/cli/build_watch.h"
+#include "app/cli/catalog_actions.h"
+#include "app/cli/display_text.h"
+#include "base/error.h"
+#include "base/path.h"
+#include "platform/directory.h"
+#include "platform/system_info.h"
+
+namespace kestrix::cli {
+
+namespace {
+
+using Entry = ContentIndexManager::Entry;
+
+ContentIndexMode modeOf(const Arguments& arguments) {
+    if (arguments.has("ocr")) return ContentIndexMode::ocrAndTextDocuments;
+    return arguments.has("words") ? ContentIndexMode::textDocuments : ContentIndexMode::off;
+}
+
+// An update keeps what add chose.
+void refuseMode(const Arguments& arguments) {
+    if (modeOf(arguments) != ContentIndexMode::off)
+        throw UsageError(
+            "--words and --ocr are chosen with catalog add; remove the catalog and add it again");
+}
+
+std::string existing(std::string_view typed) {
+    std::string place = typed.empty() ? "" : resolvedPath(std::string(typed));
+    if (place.empty()) throw UsageError("there is no " + inQuotes(typed) + "; name a folder that exists");
+    return place;
+}
+
+EntryType typeOf(const std::string& path) {
+    FileAttributes attributes;
+    return readAttributes(path, true, attributes) == 0 ? attributes.type : EntryType::unknown;
+}
+
+// A mirror is a file; in a folder it takes the catalog's own file name.
+std::optional<std::string> mirrorOf(const Arguments& arguments, const std::string& target,
+                                    const ContentIndexManager& catalogs) {
+    const auto typed = arguments.value("mirror");
+    if (!typed) return std::nullopt;
+    std::string file = path::normalized(*typed, workingDirectory());
+    if (typeOf(file) == EntryType::directory)
+        return path::join(file, path::lastComponent(catalogs.newLocalIndex(target, true)));
+    if (typeOf(std::string(path::parent(file))) != EntryType::directory)
+        throw UsageError("--mirror: the folder of " + inQuotes(*typed) + " does not exist");
+    return file;
+}
+
+// The last line of a build, and its exit code.
+int report(const ContentIndex& index, const BuildWatch::Outcome& outcome, CommandContext& context) {
+    const std::string name = inQuotes(index.displayName());
+    if (outcome.build.fault) return kExitFailure;
+    if (outcome.build.canceled) {
+        complain(
+            fmt::format("stopped after {} files; the catalog {} keeps what it has, and "
+                        "kestrix catalog update {} goes on",
+                        outcome.build.files, name, name));
+        return kExitFailure;
+    }
+    context.output.append(fmt::format("{}: {} files, {} new or changed, {:.1f} MB, {:.1f} s\n", name,
+                                      outcome.build.files, outcome.build.written,
+                                      static_cast<double>(index.cacheSizeOnDisk()) / 1e6, outcome.seconds));
+    context.output.flush();
+    if (const auto failed = outcome.build.failedDocuments; failed > 0) {
+        complain(fmt::format("{} {} could not be read; kestrix catalog failed {} lists them", failed,
+                             failed == 1 ? "document" : "documents", name));
+    }
+    return kExitFound;
+}
+
+int exitCodeOf(const BuildWatch& watch, int code) {
+    const auto signal = watch.interruptedBy();
+    return signal ? 128 + *signal : code;
+}
+
+// A refusal of one is no reason to leave the others out.
+int updateOne(const Entry& entry, bool setsAside, BuildWatch& watch, CommandContext& context) {
+    std::shared_ptr<ContentIndex> index = entry.index;
+    const std::string name = inQuotes(entry.info.displayName);
+    if (setsAside || (!index && typeOf(entry.info.localDBFilePath) == EntryType::unknown)) {
+        if (!entry.info.targetURL)
+            throw UsageError("the catalog " + name +
+                             " does not tell its folder; remove it and add the folder");
+        const auto anew = context.application.catalogs().startAnew(entry);
+        if (anew.keptAs) complain("the old file of " + name + " is kept as " + inQuotes(*anew.keptAs));
+        index = anew.index;
+    }
+    if (!index)
+        throw UsageError("the catalog " + name + " was not updated: " + entry.reason + "; " +
+                         adviceOn(entry.info));
+    if (!index->isTargetMounted()) {
+        throw UsageError("the catalog " + name +
+                         " was not updated: " + inQuotes(index->targetURL().value_or("")) +
+                         " or the disk that it was made of is not there");
+    }
+    // A new file knows no mode yet.
+    const auto mode = entry.index ? entry.index->documentInfo().lastIndexMode : entry.info.indexMode;
+    return report(*index, watch.run(index, mode), context);
+}
+
+std::vector<Entry> entriesToUpdate(const Arguments& arguments, ContentIndexManager& catalogs) {
+    if (arguments.words.empty()) {
+        if (arguments.has("set-aside")) throw UsageError("--set-aside needs the name of one catalog");
+        return catalogs.entries();
+    }
+    const auto name = arguments.words.front();
+    auto entry = catalogs.named(name);
+    if (!entry)
+        throw UsageError("there is no catalog " + inQuotes(name) + "; kestrix catalog list lists them");
+    return {*std::move(entry)};
+}
+
+}  // namespace
+
+int addCatalog(const Arguments& arguments, CommandContext& context) {
+    ContentIndexManager& catalogs = context.application.catalogs();
+    const std::string place = existing(arguments.words.front());
+    if (typeOf(place) != EntryType::directory) {
+        if (path::extension(place) != ContentIndexManager::kExtension)
+            throw UsageError(inQuotes(place) + " is no folder; a catalog describes a folder or a disk");
+        catalogs.addExistingIndex(place);
+        return kExitFound;
+    }
+    std::optional<std::string> name;
+    if (const auto given = arguments.value("name")) name = std::string(*given);
+    if (name && name->empty()) throw UsageError("--name: an empty name names nothing");
+    BuildWatch watch(context);
+    const auto index = catalogs.add(place, name, mirrorOf(arguments, place, catalogs));
+    return exitCodeOf(watch, report(*index, watch.run(index, modeOf(arguments)), context));
+}
+
+int updateCatalogs(const Arguments& arguments, CommandContext& context) {
+    refuseMode(arguments);
+    BuildWatch watch(context);
+    const auto entries = entriesToUpdate(arguments, context.application.catalogs());
+    int code = entries.empty() ? kExitNothing : kExitFound;
+    for (const Entry& entry : entries) {
+        if (watch.interruptedBy()) break;
+        try {
+            code = std::max(code, updateOne(entry, arguments.has("set-aside"), watch, context));
+        } catch (const std::runtime_error& refusal) {
+            complain(refusal.what());
+            code = kExitFailure;
+        }
+    }
+    return exitCodeOf(watch, code);
+}
+
+int removeCatalog(const Arguments& arguments, CommandContext& context) {
+    ContentIndexManager& catalogs = context.application.catalogs();
+    const auto entry = catalogs.named(arguments.words.front());
+    if (!entry) {
+        throw UsageError("there is no catalog " + inQuotes(arguments.words.front()) +
+                         "; kestrix catalog list lists them");
+    }
+    catalogs.remove(*entry);
+    return kExitFound;
+}
+
+}  // namespace kestrix::cli

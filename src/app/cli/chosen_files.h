@@ -1,0 +1,24 @@
+// The files that a command changes, and the questions that it asks first.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "app/cli/arguments.h"
+
+namespace kestrix::cli {
+
+// The typed paths, absolute. Folders on the way are resolved as the kernel does ("link/.." is the folder
+// above the link's target), the last name is kept: a link is the link itself. One that is named twice is
+// there once. Throws UsageError for a path that does not exist or ends in no name of its own ("/", "..").
+std::vector<std::string> chosenFiles(const std::vector<std::string_view>& typed);
+
+// Shows `text` on standard error, safe for a terminal; a new line in it stays one.
+void ask(std::string_view text);
+
+// The next line of standard input without its end; nothing at the end of the input.
+std::optional<std::string> readAnswer();
+
+}  // namespace kestrix::cli

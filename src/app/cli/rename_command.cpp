@@ -1,0 +1,62 @@
+// Files renamed one after the other, each to a name that is typed or read.
+#include "app/cli/chosen_files.h"
+#include "app/cli/commands.h"
+#include "app/cli/display_text.h"
+#include "base/error.h"
+#include "platform/standard_streams.h"
+
+namespace kestrix::cli {
+
+namespace {
+
+void askForName(const RenameVC::Question& question) {
+    // A name may hold a new line, a question is one line.
+    std::string title;
+    appendSafely(title, question.title);
+    if (!question.position.empty()) title += " (" + question.position + ")";
+    ask(title + "\nNew Name: ");
+}
+
+void tellWhatIsLeft(const std::vector<std::string>& left) {
+    if (left.empty()) return;
+    complain(std::to_string(left.size()) + " file(s) keep their names, the first is " +
+             inQuotes(left.front()));
+}
+
+}  // namespace
+
+int runRename(const Arguments& arguments, CommandContext& context) {
+    if (arguments.words.empty()) throw UsageError("rename needs a path, such as: kestrix rename draft.txt");
+    Application& application = context.application;
+    RenameVC& window = application.renameVC();
+    const auto observation =
+        RenameVC::itemsRenamed(application.notifications(), [&](const std::vector<RenameVC::Renamed>& pairs) {
+            for (const auto& pair : pairs)
+                context.output.append(pair.newPath + "\n");
+            context.output.flush();
+        });
+    window.show(chosenFiles(arguments.words));
+    const bool isAsked = isTerminal(StandardStream::input);
+    while (const auto question = window.askToRename()) {
+        if (isAsked) askForName(*question);
+        const auto answer = readAnswer();
+        if (!answer) {
+            if (isAsked) ask("\n");
+            tellWhatIsLeft(window.itemsLeft());
+            return kExitFailure;
+        }
+        try {
+            window.rename(answer->empty() ? question->name : *answer);
+        } catch (const Error& failure) {
+            complain(failure.what());
+            auto left = window.itemsLeft();
+            left.erase(left.begin());
+            tellWhatIsLeft(left);
+            return kExitFailure;
+        }
+        application.mainQueue().runPending();
+    }
+    return kExitFound;
+}
+
+}  // namespace kestrix::cli

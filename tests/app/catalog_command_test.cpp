@@ -1,0 +1,132 @@
+// The catalog command as a user meets it: what it prints, refuses and mends.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "tests/app/program.h"
+
+namespace kestrix {
+namespace {
+
+class CatalogCommand : public ::testing::Test {
+  protected:
+    CatalogCommand() {
+        program_.folder().file("tree/report.txt", "hello");
+        program_.folder().file("tree/deep/report 2.txt");
+    }
+
+    std::string tree() const { return program_.folder().path("tree"); }
+    Outcome run(std::vector<std::string> arguments) const { return program_.run(arguments); }
+    Outcome find() const {
+        return run({"find", "report", "--in", tree(), "--source", "catalog", "--no-history"});
+    }
+    nlohmann::json factsOf(const std::string& name) const {
+        return nlohmann::json::parse(run({"catalog", "info", name, "--json"}).output);
+    }
+
+    // One line that begins "kestrix: " and says all of these.
+    static void expectRefusal(const Outcome& outcome, const std::vector<std::string>& parts) {
+        EXPECT_EQ(outcome.code, 2);
+        EXPECT_EQ(outcome.output, "");
+        EXPECT_EQ(outcome.errors.rfind("kestrix: ", 0), 0u) << outcome.errors;
+        EXPECT_EQ(std::ranges::count(outcome.errors, '\n'), 1) << outcome.errors;
+        for (const std::string& part : parts)
+            EXPECT_NE(outcome.errors.find(part), std::string::npos) << part << " in " << outcome.errors;
+    }
+
+    Program program_;
+};
+
+TEST_F(CatalogCommand, ACatalogIsMadeListedSearchedAndRemoved) {
+    EXPECT_EQ(run({"catalog", "list"}).code, 1);
+    const Outcome added = run({"catalog", "add", tree(), "--name", "My tree"});
+    EXPECT_EQ(added.code, 0) << added.errors;
+    EXPECT_EQ(added.output.rfind("\"My tree\": 2 files, ", 0), 0u) << added.output;
+    const auto facts = factsOf("My tree");
+    EXPECT_EQ(facts["target"], tree());
+    EXPECT_EQ(facts["files"], 2);
+    EXPECT_EQ(facts["state"], "mounted");
+    EXPECT_EQ(facts["records"], 7) << "three items, two lists, the counter and the description";
+    const std::string file = facts["file"];
+    EXPECT_EQ(factsOf(file)["id"], facts["id"]);
+    EXPECT_EQ(nlohmann::json::parse(run({"catalog", "list", "--json"}).output).size(), 1u);
+    std::filesystem::remove(tree() + "/report.txt");
+    EXPECT_EQ(find().output, tree() + "/report.txt\n" + tree() + "/deep/report 2.txt\n");
+    EXPECT_EQ(run({"catalog", "verify", "My tree"}).code, 0);
+    const std::string dump = run({"catalog", "dump", file}).output;
+    EXPECT_EQ(std::ranges::count(dump, '\n'), 7) << dump;
+    EXPECT_NE(dump.find("\"name\":\"report 2.txt\""), std::string::npos) << dump;
+    EXPECT_EQ(run({"catalog", "remove", "My tree"}).code, 0);
+    EXPECT_FALSE(std::filesystem::exists(file));
+    EXPECT_EQ(find().code, 1);
+}
+
+TEST_F(CatalogCommand, AnUpdateBringsInWhatIsNew) {
+    run({"catalog", "add", tree()});
+    program_.folder().file("tree/new report");
+    const Outcome updated = run({"catalog", "update"});
+    EXPECT_EQ(updated.output.rfind("\"tree\": 3 files, 1 new or changed, ", 0), 0u) << updated.output;
+    EXPECT_NE(find().output.find("new report"), std::string::npos);
+}
+
+TEST_F(CatalogCommand, WhatCannotBeDoneIsRefusedInOneLine) {
+    run({"catalog", "add", tree()});
+    expectRefusal(run({"catalog", "add", tree()}), {"\"tree\"", "catalog update", "--name"});
+    expectRefusal(run({"catalog", "add", tree() + "/absent"}), {"there is no"});
+    expectRefusal(run({"catalog", "add", tree() + "/report.txt"}), {"no folder"});
+    expectRefusal(run({"catalog", "add", tree() + "/deep", "--mirror", "/no/such/folder/x"}), {"--mirror"});
+    expectRefusal(run({"catalog", "info", "absent"}), {"catalog list"});
+    expectRefusal(run({"catalog", "dump", "/no/such.kxcache"}), {"no file"});
+    std::filesystem::remove_all(tree());
+    expectRefusal(run({"catalog", "update", "tree"}), {"is not there"});
+    EXPECT_EQ(find().code, 0);
+    expectRefusal(run({"find", "x", "--in", "/no/such", "--source", "catalog"}), {"there is no"});
+}
+
+TEST_F(CatalogCommand, ADamagedFileIsNamedAndBuiltAnewWhenAskedFor) {
+    run({"catalog", "add", tree()});
+    const std::string file = factsOf("tree")["file"];
+    std::filesystem::resize_file(file, 5000);
+    const Outcome searched = find();
+    EXPECT_EQ(searched.code, 1);
+    EXPECT_NE(searched.errors.find("kestrix catalog remove"), std::string::npos) << searched.errors;
+    EXPECT_EQ(run({"find", "report", "--in", tree(), "--source", "catalog", "--strict"}).code, 2);
+    const Outcome verified = run({"catalog", "verify", "tree"});
+    EXPECT_EQ(verified.code, 2);
+    EXPECT_NE(verified.output, "");
+    expectRefusal(run({"catalog", "info", "tree"}), {"--set-aside"});
+    expectRefusal(run({"catalog", "update", "tree"}), {"--set-aside"});
+    EXPECT_EQ(run({"catalog", "update", "tree", "--set-aside"}).code, 0);
+    EXPECT_EQ(std::filesystem::file_size(file + ".damaged-1"), 5000u);
+    EXPECT_EQ(find().code, 0);
+    std::filesystem::remove(file);
+    EXPECT_EQ(run({"catalog", "update", "tree"}).code, 0) << "a missing file needs no leave";
+    EXPECT_EQ(find().code, 0);
+}
+
+TEST_F(CatalogCommand, AMirrorGivesTheCatalogToAnotherHome) {
+    const std::string mirror = program_.folder().path("mirror.kxcache");
+    EXPECT_EQ(run({"catalog", "add", tree(), "--mirror", mirror}).code, 0);
+    EXPECT_TRUE(std::filesystem::exists(mirror));
+    program_.setHome(program_.folder().path("second home"));
+    EXPECT_EQ(run({"catalog", "add", mirror}).code, 0);
+    EXPECT_EQ(find().code, 0);
+}
+
+TEST_F(CatalogCommand, OneServiceIsEnough) {
+    const pid_t service = program_.startSilently({"service"});
+    const std::string lock = program_.home() + "/data/service.lock";
+    for (int tries = 0; tries < 1000 && !std::filesystem::exists(lock); ++tries)
+        ::usleep(10'000);
+    ::usleep(100'000);
+    expectRefusal(run({"service"}), {"already"});
+    ::kill(service, SIGTERM);
+    int status = 0;
+    ::waitpid(service, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+}
+
+}  // namespace
+}  // namespace kestrix

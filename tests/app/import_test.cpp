@@ -1,0 +1,82 @@
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <thread>
+
+#include "tests/app/program.h"
+
+namespace kestrix {
+namespace {
+
+TEST(ImportCommand, PrintsTheTextAndNothingElse) {
+    const Program program;
+    const Outcome text = program.run({"import", program.folder().file("a.txt", "Yearly total\nTotal")});
+    EXPECT_EQ(text.output, "Yearly total\nTotal");
+    EXPECT_EQ(text.errors, "");
+    EXPECT_EQ(text.code, 0);
+    const Outcome page =
+        program.run({"import", program.folder().file("a.html", "<p>one<script>no</script></p><p>two")});
+    EXPECT_EQ(page.output, "one\ntwo");
+    EXPECT_EQ(page.code, 0);
+}
+
+TEST(ImportCommand, CountsWords) {
+    const Program program;
+    const std::string path = program.folder().file("a.txt", "Yearly total: total, b");
+    EXPECT_EQ(program.run({"import", "--words", path}).output, "2\ttotal\n1\tb\n1\tyearly\n");
+    const std::string other = program.folder().file("a.unknown", "b a b");
+    EXPECT_EQ(program.run({"import", "--words", "--all", other}).output, "2\tb\n1\ta\n");
+}
+
+TEST(ImportCommand, SaysInOneLineWhyAFileCannotBeRead) {
+    const Program program;
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {program.folder().path("missing.txt"), "cannot open"},
+        {program.folder().file("a.zip", "PK"), "nothing reads files of this kind"},
+        {program.folder().file("a.docx", "no package"), "a.docx"},
+        {program.folder().folder("folder.txt"), "no regular file"}};
+    for (const auto& [path, words] : cases) {
+        const Outcome outcome = program.run({"import", path});
+        EXPECT_EQ(outcome.code, 1) << path;
+        EXPECT_EQ(outcome.output, "");
+        EXPECT_EQ(outcome.errors.find("kestrix: "), 0U) << outcome.errors;
+        EXPECT_EQ(outcome.errors.find('\n'), outcome.errors.size() - 1) << outcome.errors;
+        EXPECT_NE(outcome.errors.find(words), std::string::npos) << outcome.errors;
+    }
+    EXPECT_EQ(program.run({"import"}).code, 2);
+}
+
+int onlyChildOf(pid_t process) {
+    const std::string task = "/proc/" + std::to_string(process) + "/task/" + std::to_string(process);
+    int child = 0;
+    for (int i = 0; i < 1000 && child == 0; ++i) {
+        std::ifstream(task + "/children") >> child;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return child;
+}
+
+bool runs(int process) {
+    std::string name;
+    char state = 'Z';
+    std::ifstream("/proc/" + std::to_string(process) + "/stat") >> process >> name >> state;
+    return state != 'Z';
+}
+
+TEST(ImportCommand, TheHelperEndsWithTheProgramHoweverThatEnds) {
+    Program program;
+    program.setVariable("KESTRIX_IMPORT_HELPER", KESTRIX_FAULTY_HELPER);
+    const pid_t importer = program.startSilently({"import", program.folder().file("a.pdf", "deaf")});
+    const int helper = onlyChildOf(importer);
+    ASSERT_NE(helper, 0);
+    ::kill(importer, SIGKILL);
+    ::waitpid(importer, nullptr, 0);
+    for (int i = 0; i < 1000 && runs(helper); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    EXPECT_FALSE(runs(helper));
+}
+
+}  // namespace
+}  // namespace kestrix
