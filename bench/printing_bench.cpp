@@ -27,7 +27,10 @@ void printed(benchmark::State& state, Form form) {
     });
     PrintStyle style;
     style.form = form;
-    ResultPrinter printer(output, style);
+    const FileTypes types;
+    const UTIAssistant names(types);
+    const KindTexts kinds(names);
+    ResultPrinter printer(output, style, kinds);
     for (auto _ : state) {
         for (const SearchResult& result : results)
             printer.print(result);
