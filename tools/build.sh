@@ -35,11 +35,27 @@ build_kestrix() {
         (cd "$checkout" && cmake --preset "$preset" >&2)
     fi
     local log=$folder/.build.log
-    # Ninja's own progress only on a terminal; otherwise a word at the start and the whole story when it fails.
+    # Ninja's own progress only on a terminal; otherwise nothing but what failed.
     if [ -t 2 ]; then
         cmake --build "$folder" --target "$@" >&2
     elif ! cmake --build "$folder" --target "$@" >"$log" 2>&1; then
-        cat "$log" >&2
+        grep -vE '^\[[0-9]+/[0-9]+\] (Building|Linking|Generating)' "$log" >&2
         return 1
     fi
+}
+
+# run_tests PRESET [CTEST OPTION...]: runs the tests that were built. On a terminal as ctest shows them, otherwise only what
+# failed and the summary.
+run_tests() {
+    local folder=$checkout/build/$1
+    shift
+    local log=$folder/.tests.log code=0
+    local command=(ctest --test-dir "$folder" --output-on-failure -j "$(nproc)" "$@")
+    if [ -t 1 ]; then
+        "${command[@]}"
+        return
+    fi
+    "${command[@]}" >"$log" 2>&1 || code=$?
+    grep -vE '^ +Start +[0-9]+: |^ *[0-9]+/[0-9]+ Test .* (Passed|\*\*\*Skipped) ' "$log"
+    return "$code"
 }
