@@ -11,7 +11,9 @@ std::string_view withoutTrailingSlash(std::string_view path) {
     return path;
 }
 
+// Most of what comes here is a bare name, and the search from the front is the faster one.
 std::string_view lastComponent(std::string_view path) {
+    if (path.find('/') == std::string_view::npos) return path;
     path = withoutTrailingSlash(path);
     if (path == "/") return path;
     const std::size_t slash = path.rfind('/');

@@ -46,15 +46,6 @@ bool describe(const OpenDirectory& directory, const DirectoryEntry& entry, FSIte
     return true;
 }
 
-// `other` for what cannot be told.
-EntryType typeOf(const OpenDirectory& directory, const DirectoryEntry& entry) {
-    if (entry.type != EntryType::unknown) return entry.type;
-    FileAttributes attributes;
-    attributes.type = EntryType::other;
-    directory.attributesOf(entry.name.data(), attributes);
-    return attributes.type;
-}
-
 }  // namespace
 
 DirectoryIterator::Listing DirectoryIterator::contentsOfDirectoryAtPath(const std::string& path,
@@ -76,22 +67,6 @@ DirectoryIterator::Listing DirectoryIterator::contentsOfDirectoryAtPath(const st
     }
     listing.errorNumber = reader_.error();
     return listing;
-}
-
-DirectoryIterator::Children DirectoryIterator::urlContentsOfDirectory(const std::string& path) {
-    Children children;
-    const std::string directoryPath(path::withoutTrailingSlash(path));
-    OpenDirectory directory;
-    if (directoryPath.empty() || !openToRead(directoryPath, directory)) return children;
-    const std::string prefix = prefixOf(directoryPath);
-    DirectoryReader reader;
-    reader.start(directory);
-    for (DirectoryEntry entry; reader.next(entry);) {
-        const EntryType type = typeOf(directory, entry);
-        if (type == EntryType::file) children.files.push_back(prefix + std::string(entry.name));
-        if (type == EntryType::directory) children.directories.push_back(prefix + std::string(entry.name));
-    }
-    return children;
 }
 
 }  // namespace kestrix

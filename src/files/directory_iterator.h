@@ -41,13 +41,6 @@ class DirectoryIterator {
     Listing contentsOfDirectoryAtPath(const std::string& path,
                                       const std::function<bool()>& hasCanceled = nullptr);
 
-    // The immediate children as paths, without attributes.
-    struct Children {
-        std::vector<std::string> files;
-        std::vector<std::string> directories;
-    };
-    static Children urlContentsOfDirectory(const std::string& path);
-
   private:
     DirectoryReader reader_;
 };

@@ -22,6 +22,10 @@ class SearchDataSourceDelegate;  // search/
 // Only `exclude` rejects. `skip`: the command could not judge the item; it passes as `accept` does.
 enum class CommandApplyResult { exclude, accept, skip };
 
+constexpr CommandApplyResult acceptIf(bool accepted) {
+    return accepted ? CommandApplyResult::accept : CommandApplyResult::exclude;
+}
+
 // One clause with its meaning. Made by a CommandFactory, or by the query itself from the way its words are
 // written. Threads: a command is shared by all copies of its query and immutable in use. One that keeps
 // anything about the file it is judging says so with keepsStatePerFile and is then copied for each file.
@@ -43,9 +47,11 @@ class Command {
 
     // Judges one result, and may add to it. Called by QueryContainer::searchResultPassesFiltering alone, on
     // several threads at once. Never throws: what cannot be read gives `exclude` or `skip`, as the command
-    // says.
-    virtual CommandApplyResult commandImpApply(SearchResult& result, SearchDataSourceDelegate* feedback,
-                                               const QueryContainer& query) = 0;
+    // says. A command that only marks its query judges nothing.
+    virtual CommandApplyResult commandImpApply(SearchResult&, SearchDataSourceDelegate* /*feedback*/,
+                                               const QueryContainer&) {
+        return CommandApplyResult::accept;
+    }
     virtual bool keepsStatePerFile() const { return false; }
     // Its judgement costs the reading of a whole file. Such a command is asked last, and only about results
     // that still can pass.

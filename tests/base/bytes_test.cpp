@@ -9,7 +9,6 @@
 #include <unordered_set>
 
 #include "base/key_set.h"
-#include "base/munge.h"
 
 namespace kestrix {
 namespace {
@@ -35,25 +34,6 @@ TEST(Bytes, ReadingBackWhatWasAppendedEndsAtTheEnd) {
     EXPECT_EQ(offset, 9U);
     offset = std::numeric_limits<std::size_t>::max();
     EXPECT_FALSE(safeValueAndIncrement<std::uint8_t>(bytes, offset));
-}
-
-TEST(Munge, IsItsOwnInverseAtEveryLength) {
-    for (std::size_t length = 0; length < 300; ++length) {
-        const std::string data(length, '\x5A');
-        const std::string scrambled = Munge::munge(data, 0xD1B54A32D192ED03);
-        ASSERT_EQ(scrambled.size(), length);
-        ASSERT_EQ(scrambled == data, length == 0);
-        ASSERT_EQ(Munge::munge(scrambled, 0xD1B54A32D192ED03), data);
-    }
-}
-
-TEST(Munge, TheKeyWrapsRoundAndALimitCountsWords) {
-    const std::string zeros(20 * 8, '\0');
-    const std::string scrambled = Munge::munge(zeros, 3);
-    EXPECT_EQ(scrambled.substr(16 * 8, 8), scrambled.substr(0, 8));
-    EXPECT_NE(scrambled.substr(8, 8), scrambled.substr(0, 8));
-    EXPECT_EQ(Munge::munge(zeros, 3, 4), scrambled.substr(0, 5 * 8) + std::string(15 * 8, '\0'));
-    EXPECT_EQ(Munge::mungeToHexString("text", 3), hexString(Munge::munge("text", 3)));
 }
 
 TEST(KeySet, AgreesWithASetOfTheLibrary) {

@@ -39,23 +39,17 @@ TEST_F(MainQueueTest, BlocksRunInOrderOfDueTimeThenOfPosting) {
     loop.postAfter(Seconds(2), note("two"));
     loop.postAfter(Seconds(1), note("one a"));
     loop.postAfter(Seconds(1), note("one b"));
-    loop.post(note("now a"));
+    loop.post([&] {
+        loop.postAfter(Seconds(2), note("two b"));
+        loop.post(note("posted"));
+        log.push_back("now a");
+    });
     loop.post(note("now b"));
     EXPECT_TRUE(log.empty());
     loop.runPending();
-    EXPECT_EQ(log, (Log{"now a", "now b"}));
+    EXPECT_EQ(log, (Log{"now a", "now b", "posted"}));
     pass(2);
-    EXPECT_EQ(log, (Log{"now a", "now b", "one a", "one b", "two"}));
-}
-
-TEST_F(MainQueueTest, RunPendingRunsWhatABlockPostsButNotWhatItDelays) {
-    loop.post([&] {
-        loop.post(note("posted"));
-        loop.postAfter(Seconds(1), note("delayed"));
-        log.push_back("first");
-    });
-    loop.runPending();
-    EXPECT_EQ(log, (Log{"first", "posted"}));
+    EXPECT_EQ(log, (Log{"now a", "now b", "posted", "one a", "one b", "two", "two b"}));
 }
 
 // What a block holds may use the loop while it ends, also when the block is taken back.
@@ -70,29 +64,22 @@ TEST_F(MainQueueTest, CancelDropsADelayedBlockAndIgnoresUnknownTickets) {
     EXPECT_EQ(log, (Log{"freed", "other"}));
 }
 
-TEST_F(MainQueueTest, RunWaitsThroughTheClockUntilABlockIsDue) {
-    loop.postAfter(Seconds(10), [&] {
-        log.push_back("ran");
-        loop.quit();
-    });
+TEST_F(MainQueueTest, RunWaitsThroughTheClockAndIsWokenByAPost) {
+    const auto waitForLoop = [this] {
+        while (clock.waiting() == 0)
+            std::this_thread::yield();
+    };
+    loop.postAfter(Seconds(10), note("due"));
+    loop.postAfter(Seconds(20), note("too late"));
     std::thread server([&] { loop.run(); });
-    while (clock.waiting() == 0)
-        std::this_thread::yield();
+    waitForLoop();
     clock.advance(Seconds(9));
     clock.advance(Seconds(1));
-    server.join();
-    EXPECT_EQ(log, Log{"ran"});
-}
-
-TEST_F(MainQueueTest, ABlockPostedFromAnotherThreadWakesRun) {
-    loop.postAfter(Seconds(10), note("too late"));
-    std::thread server([&] { loop.run(); });
-    while (clock.waiting() == 0)
-        std::this_thread::yield();
+    waitForLoop();
     loop.post(note("posted"));
     loop.quit();
     server.join();
-    EXPECT_EQ(log, Log{"posted"});
+    EXPECT_EQ(log, (Log{"due", "posted"}));
 }
 
 TEST_F(MainQueueTest, QuitLetsRunWhatWasPostedBeforeItAndKeepsTheRest) {
@@ -143,14 +130,10 @@ TEST_F(MainQueueTest, ASecondDelayedCallFromTheSamePlaceReplacesTheFirst) {
     performFromOnePlace(delayed, 1, note("third"));
     pass(1);
     EXPECT_EQ(log, (Log{"elsewhere", "second", "third"}));
-}
-
-TEST_F(MainQueueTest, PlainDelayedCallsDoNotReplaceEachOther) {
-    GCDAdditions delayed(loop);
     for (int i = 0; i < 2; ++i)
-        delayed.perform(Seconds(1), note("call"));
+        delayed.perform(Seconds(1), note("plain"));
     pass(1);
-    EXPECT_EQ(log, (Log{"call", "call"}));
+    EXPECT_EQ(log.size(), 5U) << "plain delayed calls do not replace each other";
 }
 
 TEST_F(MainQueueTest, DelayedCallsDoNotRunAfterCancelAllOrTheEndOfTheirOwner) {

@@ -57,33 +57,26 @@ TEST(OperationQueue, SerialQueueKeepsOrderAndNeverOverlaps) {
 }
 
 TEST(OperationQueue, UsesItsWholeWidthAndNoMore) {
-    OperationQueue queue(3);
-    Gate gate;
-    std::atomic<int> running = 0;
-    std::atomic<int> most = 0;
-    for (int i = 0; i < 50; ++i) {
-        queue.add([&] {
-            const int now = ++running;
-            int seen = most;
-            while (now > seen && !most.compare_exchange_weak(seen, now)) {
-            }
-            gate.pass();
-            --running;
-        });
+    for (const auto& [width, expected] : {std::pair{std::size_t{3}, 3}, {OperationQueue::kUnlimited, 20}}) {
+        OperationQueue queue(width);
+        Gate gate;
+        std::atomic<int> running = 0;
+        std::atomic<int> most = 0;
+        for (int i = 0; i < 20; ++i) {
+            queue.add([&] {
+                const int now = ++running;
+                int seen = most;
+                while (now > seen && !most.compare_exchange_weak(seen, now)) {
+                }
+                gate.pass();
+                --running;
+            });
+        }
+        EXPECT_TRUE(gate.waitFor(expected));
+        gate.open();
+        queue.waitUntilAllOperationsAreFinished();
+        EXPECT_EQ(most, expected);
     }
-    EXPECT_TRUE(gate.waitFor(3));
-    gate.open();
-    queue.waitUntilAllOperationsAreFinished();
-    EXPECT_EQ(most, 3);
-}
-
-TEST(OperationQueue, WithoutALimitEveryOperationGetsAThreadWhileOthersAreBusy) {
-    OperationQueue queue(OperationQueue::kUnlimited);
-    Gate gate;
-    for (int i = 0; i < 20; ++i)
-        queue.add([&] { gate.pass(); });
-    EXPECT_TRUE(gate.waitFor(20));
-    gate.open();
 }
 
 TEST(OperationQueue, AnIdleThreadIsUsedAgain) {
@@ -194,12 +187,10 @@ TEST(OperationQueue, DestructionDropsWhatWaitsAndFinishesWhatRuns) {
     gate.open();
     queue.reset();
     EXPECT_EQ(ran, std::vector<int>{1});
-}
 
-TEST(OperationQueue, ASuspendedQueueCanBeDestroyed) {
-    OperationQueue queue(1);
-    queue.setSuspended(true);
-    queue.add([] { FAIL() << "a dropped operation ran"; });
+    OperationQueue suspended(1);
+    suspended.setSuspended(true);
+    suspended.add([] { FAIL() << "a dropped operation ran"; });
 }
 
 TEST(OperationQueue, ARunningOperationMayAddWhileTheQueueIsDestroyed) {

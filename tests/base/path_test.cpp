@@ -7,13 +7,6 @@ namespace {
 
 using Views = std::vector<std::string_view>;
 
-TEST(Path, LastComponentIgnoresTrailingSlashes) {
-    EXPECT_EQ(path::lastComponent("/a/b//"), "b");
-    EXPECT_EQ(path::lastComponent("a"), "a");
-    EXPECT_EQ(path::lastComponent("///"), "/");
-    EXPECT_EQ(path::lastComponent(""), "");
-}
-
 TEST(Path, ExtensionIsBehindTheLastDotOfTheLastComponent) {
     EXPECT_EQ(path::extension("/a/b.tar.gz"), "gz");
     EXPECT_EQ(path::extension("/a.b/c.app/"), "app");
@@ -23,18 +16,18 @@ TEST(Path, ExtensionIsBehindTheLastDotOfTheLastComponent) {
     }
 }
 
-TEST(Path, ClimbingEndsAboveTheRoot) {
+TEST(Path, ComponentsAreNeverEmptyAndClimbingEndsAboveTheRoot) {
+    EXPECT_EQ(path::components("//a/b//c/"), (Views{"a", "b", "c"}));
+    EXPECT_EQ(path::components("/"), Views{});
+    EXPECT_EQ(path::lastComponent("/a/b//"), "b");
+    EXPECT_EQ(path::lastComponent("///"), "/");
+    EXPECT_EQ(path::lastComponent(""), "");
     EXPECT_EQ(path::parent("/a/b/"), "/a");
     EXPECT_EQ(path::parent("/a//b"), "/a");
     EXPECT_EQ(path::parent("/a"), "/");
     EXPECT_EQ(path::parent("/"), "");
     EXPECT_EQ(path::parent("a"), "");
     EXPECT_EQ(path::parent("a/b"), "a");
-}
-
-TEST(Path, ComponentsAreNeverEmpty) {
-    EXPECT_EQ(path::components("//a/b//c/"), (Views{"a", "b", "c"}));
-    EXPECT_EQ(path::components("/"), Views{});
 }
 
 TEST(Path, JoinDoublesNoSlash) {

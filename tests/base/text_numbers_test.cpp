@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "base/text.h"
+
 namespace kestrix::text {
 namespace {
 
@@ -29,50 +31,20 @@ TEST(SpelledNumber, WordsAndDigitsGiveTheirValue) {
         {"twelve million three hundred thousand forty", 12300040},
         {"one quadrillion", 1e15},
         {"minus three", -3},
-        {"two point five", 2.5},
-    };
+        {"two point five", 2.5}};
     for (const auto& [text, value] : cases)
         EXPECT_EQ(spelledNumber(text), value) << text;
 }
 
 TEST(SpelledNumber, WhatIsANumberOnlyInPartIsNone) {
-    for (const std::string text : {"",
-                                   " ",
-                                   "-",
-                                   ".",
-                                   ",",
-                                   "1.2.3",
-                                   "1,00",
-                                   ",100",
-                                   "1000,000",
-                                   "1.0,00",
-                                   "10mb",
-                                   "0x10",
-                                   "1e5",
-                                   "inf",
-                                   "nan",
-                                   "infinity",
-                                   "-inf",
-                                   "--1",
-                                   "one hundred and",
-                                   "one thousand and",
-                                   "hundred",
-                                   "ten hundred",
-                                   "twenty ten",
-                                   "twenty sixteen",
-                                   "one two",
-                                   "zero one",
-                                   "thousand",
-                                   "one thousand million",
-                                   "one thousand thousand",
-                                   "two point",
-                                   "two point ten",
-                                   "point five",
-                                   "minus",
-                                   "minus minus one",
-                                   "one mb",
-                                   "twentyone"})
+    constexpr std::string_view kNone =
+        " |-|.|,|1.2.3|1,00|,100|1000,000|1.0,00|10mb|0x10|1e5|inf|nan|infinity|-inf|--1|one hundred and|"
+        "one thousand and|hundred|ten hundred|twenty ten|twenty sixteen|one two|zero one|thousand|"
+        "one thousand million|one thousand thousand|two point|two point ten|point five|minus|"
+        "minus minus one|one mb|twentyone";
+    for (const std::string_view text : splitAt(kNone, '|'))
         EXPECT_EQ(spelledNumber(text), std::nullopt) << text;
+    EXPECT_EQ(spelledNumber(""), std::nullopt);
     EXPECT_EQ(spelledNumber(std::string(400, '9')), std::nullopt);
 }
 

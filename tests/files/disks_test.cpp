@@ -51,12 +51,6 @@ class Disks : public testing::Test {
     DiskInfoManager disks_{table_, queue_};
 };
 
-TEST_F(Disks, AreWhatIsNeitherTheSystemsOwnNorPseudoLocalOnesFirstThenByName) {
-    EXPECT_EQ(volumeURLs(),
-              (Paths{"/kx/beta", "/kx/beta/inner", "/", "/kx/mac", "/kx/zeta", "/kx/a server"}));
-    EXPECT_EQ(disks_.mounts().size(), 11u);
-}
-
 TEST_F(Disks, AreDescribedByFormatAndPlace) {
     EXPECT_TRUE(disks_.info("/kx/mac/")->isMacFS);
     EXPECT_FALSE(disks_.info("/kx/zeta")->isMacFS);
@@ -65,6 +59,8 @@ TEST_F(Disks, AreDescribedByFormatAndPlace) {
     EXPECT_FALSE(disks_.info("/kx/zeta")->isSystemDisk);
     EXPECT_FALSE(disks_.info("/run"));
     EXPECT_FALSE(disks_.info("/kx"));
+    EXPECT_TRUE(disks_.isDiskURL("/") && disks_.isDiskURL("/kx/zeta/"));
+    EXPECT_FALSE(disks_.isDiskURL("/kx/zeta/x") || disks_.isDiskURL("/boot/efi"));
 }
 
 TEST_F(Disks, HoldThePathsBelowTheirLongestMountPoint) {
@@ -75,13 +71,6 @@ TEST_F(Disks, HoldThePathsBelowTheirLongestMountPoint) {
     EXPECT_EQ(disks_.diskPathFromFullPath("/kx/zeta"), "/kx/zeta");
     FakeMountTable nothing;
     EXPECT_EQ(DiskInfoManager(nothing, queue_).diskPathFromFullPath("/a"), "/");
-}
-
-TEST_F(Disks, AreMountPointsThemselvesOnly) {
-    EXPECT_TRUE(disks_.isDiskURL("/"));
-    EXPECT_TRUE(disks_.isDiskURL("/kx/zeta/"));
-    EXPECT_FALSE(disks_.isDiskURL("/kx/zeta/x"));
-    EXPECT_FALSE(disks_.isDiskURL("/boot/efi"));
 }
 
 TEST_F(Disks, HaveAKeyOfNameCapacityAndFormat) {
@@ -135,21 +124,18 @@ TEST_F(Disks, PresetsListThemInOrder) {
     EXPECT_EQ(preset(SearchLocationURLSet::networkDisks), Paths{"/kx/a server"});
     EXPECT_EQ(preset(SearchLocationURLSet::backups), Paths{});
     EXPECT_EQ(preset(SearchLocationURLSet::allDisks).size(), 6u);
+    EXPECT_EQ(volumeURLs(),
+              (Paths{"/kx/beta", "/kx/beta/inner", "/", "/kx/mac", "/kx/zeta", "/kx/a server"}));
+    EXPECT_EQ(disks_.mounts().size(), 11u);
     EXPECT_EQ(preset(SearchLocationURLSet::home), Paths{"/home/u"});
 }
 
-TEST_F(Disks, AreReadOnceWithoutAWatch) {
-    volumeURLs();
-    table_.mount("/kx/new", "ext4", "/dev/kx-sdf1");
-    disks_.keyForDisk("/kx/new");
-    EXPECT_FALSE(disks_.isDiskURL("/kx/new"));
-    EXPECT_EQ(table_.reads(), 1);
-    EXPECT_FALSE(table_.isWatched());
-}
-
-TEST_F(Disks, AreReadAgainAfterEachChangeOnceWatched) {
+TEST_F(Disks, AreReadOnceAndOnceWatchedAfterEachChange) {
     volumeURLs();
     table_.mount("/kx/before", "ext4", "/dev/kx-sdf1");
+    EXPECT_FALSE(disks_.isDiskURL("/kx/before"));
+    EXPECT_EQ(table_.reads(), 1);
+    EXPECT_FALSE(table_.isWatched());
     int told = 0;
     disks_.didChange([&told] { ++told; });
     disks_.didChange([&told] { told += 10; });

@@ -1,9 +1,8 @@
-// The real commands behind sentences of their own, for tests that read lines and judge files.
+// The shipped language with all commands of this folder, for tests that read lines and judge files.
 #pragma once
 
 #include <gtest/gtest.h>
 
-#include <charconv>
 #include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -11,81 +10,30 @@
 
 #include "language/commands/folder_commands.h"
 #include "language/commands/simple_factories.h"
-#include "language/language_parse.h"
 #include "language/query_container.h"
+#include "tests/language/vocabulary_fixture.h"
 #include "tests/support/temporary_folder.h"
 
 namespace kestrix {
 
 class CommandWorld : public ::testing::Test {
   protected:
-    static constexpr const char* kSentences =
-        "~extension extension\n"
-        "not ~extension extensionNot\n"
-        "is file isFile\n"
-        "is folder isFolder\n"
-        "is ~uti uti\n"
-        "tag ~string label\n"
-        "without tag ~string labelExcluding\n"
-        "case sensitive caseSensitive\n"
-        "whole words wholeWords\n"
-        "show all files showAllFiles\n"
-        "max depth ~integer maxDepth\n"
-        "max name length ~integer nameMaxLength\n"
-        "min name length ~integer nameMinLength\n"
-        "max path length ~integer pathMaxLength\n"
-        "min path length ~integer pathMinLength\n"
-        "inside ~string inside\n"
-        "excluding folder ~string excludingFolder\n"
-        "remembered ~remembered remembered\n"
-        "remembered only ~remembered rememberedShallow\n";
-
-    using Words = std::span<const SentenceComponent>;
-    using Read = std::optional<VariableParserResult>;
-
     LanguageParse makeLanguage() {
-        const auto readExtension = [](Words words) -> Read {
-            const std::string& text = words.front().textLowered;
-            if (!text.starts_with('.')) return std::nullopt;
-            return VariableParserResult{text.substr(1), 1};
-        };
-        const auto readInteger = [](Words words) -> Read {
-            const std::string& text = words.front().textLowered;
-            int value = 0;
-            if (std::from_chars(text.data(), text.data() + text.size(), value).ec != std::errc())
-                return std::nullopt;
-            return VariableParserResult{value, 1};
-        };
-        const auto readUTI = [](Words words) -> Read {
-            const std::string& text = words.front().textLowered;
-            if (text == "folder" || text == "file") return std::nullopt;
-            return VariableParserResult{text, 1};
-        };
-        const auto readFavourite = [this](Words words) -> Read {
-            const auto found = favourites.find(words.front().textLowered);
-            if (found == favourites.end()) return std::nullopt;
-            return VariableParserResult{found->second, 1};
-        };
-        return LanguageParse(
-            {.sentences = SentenceTemplate::fromText(kSentences),
-             .factories =
-                 {std::make_shared<CaseSensitiveFactory>(), std::make_shared<ExcludeFolderFactory>(),
-                  std::make_shared<ExtensionCommandFactory>(), std::make_shared<FileOrFolderCommandFactory>(),
-                  std::make_shared<InsideCommandFactory>(),
-                  std::make_shared<KnownDirectoriesFactory>([this] { return favourites; }),
-                  std::make_shared<LabelCommandFactory>(), std::make_shared<NameLengthCommandFactory>(),
-                  std::make_shared<PathLengthCommandFactory>(), std::make_shared<MaxDepthFactory>(),
-                  std::make_shared<ShowAllFilesFactory>(), std::make_shared<UTICommandFactory>(assistant),
-                  std::make_shared<WholeWordsFactory>()},
-             .variableParsers = {{"~extension", readExtension},
-                                 {"~integer", readInteger},
-                                 {"~uti", readUTI},
-                                 {"~remembered", readFavourite},
-                                 {"~string",
-                                  [](Words words) -> Read {
-                                      return VariableParserResult{words.front(), 1};
-                                  }}},
-             .variableCompletors = {}});
+        VariableLookups lookups = sampleLookups();
+        lookups.favouriteFolders = [this] { return favourites; };
+        lookups.scripts = [] { return std::vector<std::pair<std::string, std::string>>{{"backup", "/b"}}; };
+        return LanguageParse(makeVocabulary(
+            shippedSentences(),
+            {std::make_shared<CaseSensitiveFactory>(), std::make_shared<DateCommandCreator>(Clock::system()),
+             std::make_shared<ExcludeFolderFactory>(), std::make_shared<ExtensionCommandFactory>(),
+             std::make_shared<FileOrFolderCommandFactory>(), std::make_shared<InsideCommandFactory>(),
+             std::make_shared<KnownDirectoriesFactory>(lookups.favouriteFolders),
+             std::make_shared<LabelCommandFactory>(), std::make_shared<NameLengthCommandFactory>(),
+             std::make_shared<PathLengthCommandFactory>(), std::make_shared<MaxDepthFactory>(),
+             std::make_shared<RegexCommandFactory>(), std::make_shared<SizeCommandFactory>(),
+             std::make_shared<ShowAllFilesFactory>(), std::make_shared<UTICommandFactory>(assistant),
+             std::make_shared<WholeWordsFactory>()},
+            lookups));
     }
 
     QueryContainer query(std::string_view line) {
@@ -101,7 +49,8 @@ class CommandWorld : public ::testing::Test {
         SearchResult result;
         result.path = std::move(path);
         result.isDirectory = isDirectory;
-        return command(line)->commandImpApply(result, nullptr, query(""));
+        const auto judge = command(line);
+        return judge ? judge->commandImpApply(result, nullptr, query("")) : CommandApplyResult::skip;
     }
     bool accepts(std::string_view line, std::string path, bool isDirectory = false) {
         return applied(line, std::move(path), isDirectory) == CommandApplyResult::accept;

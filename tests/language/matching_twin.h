@@ -18,10 +18,6 @@ class NamedCommand : public Command {
     explicit NamedCommand(std::string text) : text_(std::move(text)) {}
     std::string_view className() const override { return "NamedCommand"; }
     std::string commandToString() const override { return text_; }
-    CommandApplyResult commandImpApply(SearchResult&, SearchDataSourceDelegate*,
-                                       const QueryContainer&) override {
-        return CommandApplyResult::accept;
-    }
     std::shared_ptr<Command> copy() const override { return std::make_shared<NamedCommand>(*this); }
 
   private:

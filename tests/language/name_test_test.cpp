@@ -51,21 +51,6 @@ TEST(NameTest, AccentsMeetInEitherForm) {
     EXPECT_TRUE(holds({"ö", "x"}, std::string(400, 'x') + "Ö"));
 }
 
-TEST(NameTest, AnyGroupIsEnoughAndNoGroupIsNot) {
-    const NameTest test({.orGroups = {{"a", "b"}, {"c"}}, .anyGroup = true});
-    EXPECT_TRUE(test.matches("xC"));
-    EXPECT_TRUE(test.matches("b a"));
-    EXPECT_FALSE(test.matches("b"));
-    EXPECT_FALSE(NameTest({.words = {"a"}, .anyGroup = true}).matches("a"));
-}
-
-TEST(NameTest, CaseSensitiveWordsStandAsTyped) {
-    const NameTest test({.words = {"Re", "\u00c9"}, .caseSensitive = true});
-    EXPECT_TRUE(test.matches("E\u0301.Re"));
-    EXPECT_FALSE(test.matches("e\u0301.Re"));
-    EXPECT_FALSE(test.matches("\u00c9.re"));
-}
-
 TEST(NameTest, WholeWordsEqualPiecesBetweenBlanksPunctuationAndSymbols) {
     const NameTest test({.words = {"cat"}, .wholeWords = true});
     for (const auto* name : {"Cat", "a_cat.txt", "my\u00a0cat", "1+cat=2", "«cat»"})

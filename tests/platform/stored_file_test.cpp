@@ -129,14 +129,6 @@ TEST(StoredFile, AFailedReplacementLeavesTheFileAndNoTemporary) {
     EXPECT_EQ(namesIn(folder.path()), (std::set<std::string>{"settings", "pipe"}));
 }
 
-TEST(StoredFile, AppendingMakesTheFileAndAddsAtItsEnd) {
-    TemporaryFolder folder;
-    appendToFile(folder.path("log"), "one\n");
-    appendToFile(folder.path("log"), "two\n");
-    EXPECT_EQ(readWholeFile(folder.path("log")), "one\ntwo\n");
-    EXPECT_EQ(failureOf("absent/log", [&] { appendToFile(folder.path("absent/log"), "x"); }), ENOENT);
-}
-
 TEST(StoredFile, FoldersAreMadeWithThoseAboveForTheirOwnerAlone) {
     TemporaryFolder folder;
     makeFolder(folder.path("a/b/c"));
@@ -149,11 +141,14 @@ TEST(StoredFile, FoldersAreMadeWithThoseAboveForTheirOwnerAlone) {
     EXPECT_EQ(failureOf("", [] { makeFolder(""); }), ENOENT);
 }
 
-TEST(StoredFile, RemovingAMissingFileIsNoFailureRenamingOneIs) {
+TEST(StoredFile, RemovingAMissingFileIsNoFailureRenamingOneIsAndAppendingAddsAtTheEnd) {
     TemporaryFolder folder;
     folder.file("here", "x");
     renameFile(folder.path("here"), folder.path("there"));
     EXPECT_EQ(namesIn(folder.path()), std::set<std::string>{"there"});
+    appendToFile(folder.path("there"), "y");
+    EXPECT_EQ(readWholeFile(folder.path("there")), "xy");
+    EXPECT_EQ(failureOf("absent/log", [&] { appendToFile(folder.path("absent/log"), "x"); }), ENOENT);
     removeFile(folder.path("there"));
     removeFile(folder.path("there"));
     EXPECT_EQ(failureOf("there", [&] { renameFile(folder.path("there"), folder.path("x")); }), ENOENT);

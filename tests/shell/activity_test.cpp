@@ -95,8 +95,9 @@ TEST_F(ActivityTest, TickPublishesOnceWhatWasSaved) {
     pass(1);
     const WallTime first = clock.now();
     EXPECT_EQ(controller.didChangeAt(), first);
-    pass(3);
+    pass(5);
     EXPECT_EQ(controller.didChangeAt(), first);
+    EXPECT_EQ(window.shows, 0) << "it did not ask for the window";
 }
 
 TEST_F(ActivityTest, JobThatEndsWithinTwoSecondsNeverOpensTheWindow) {
@@ -106,14 +107,6 @@ TEST_F(ActivityTest, JobThatEndsWithinTwoSecondsNeverOpensTheWindow) {
     remove(item);
     pass(5);
     EXPECT_EQ(window.shows, 0);
-}
-
-TEST_F(ActivityTest, WindowThatOpenedItselfClosesWithTheLastJob) {
-    const auto item = begin("copy");
-    pass(3);
-    EXPECT_TRUE(window.open);
-    remove(item);
-    EXPECT_FALSE(window.open);
 }
 
 TEST_F(ActivityTest, WindowStaysForTheUserWhoOpenedItAndForOtherJobs) {
@@ -133,12 +126,6 @@ TEST_F(ActivityTest, WindowStaysForTheUserWhoOpenedItAndForOtherJobs) {
     EXPECT_TRUE(window.open);
 }
 
-TEST_F(ActivityTest, JobThatDoesNotAskNeverOpensTheWindow) {
-    begin("walk", false);
-    pass(5);
-    EXPECT_EQ(window.shows, 0);
-}
-
 TEST_F(ActivityTest, WindowClosedByTheUserStaysClosed) {
     begin("copy");
     pass(3);
@@ -149,12 +136,13 @@ TEST_F(ActivityTest, WindowClosedByTheUserStaysClosed) {
     EXPECT_FALSE(window.open);
 }
 
-TEST_F(ActivityTest, TimerRestsWhileTheListIsEmptyAndStartsAgain) {
+TEST_F(ActivityTest, WindowThatOpenedItselfClosesWithTheLastJobAndTheTimerRestsUntilTheNext) {
     remove(begin("short"));
     const auto item = begin("long");
     pass(3);
     EXPECT_TRUE(window.open);
     remove(item);
+    EXPECT_FALSE(window.open);
     const int changes = window.changes;
     pass(5);
     EXPECT_EQ(window.changes, changes);

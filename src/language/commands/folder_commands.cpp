@@ -12,10 +12,6 @@
 namespace kestrix {
 namespace {
 
-CommandApplyResult acceptIf(bool accepted) {
-    return accepted ? CommandApplyResult::accept : CommandApplyResult::exclude;
-}
-
 // Whether the path in lower case holds a lowered, composed text, which is empty nowhere. Plain ASCII is
 // searched as it is; beyond it an accent may be written in two ways.
 bool holds(std::string_view path, std::string_view wanted) {
@@ -42,53 +38,36 @@ bool hasComponent(std::string_view path, std::string_view wanted) {
 
 }  // namespace
 
-InsideCommand::InsideCommand(std::string insidePath, bool completePathComponent)
+FolderTextCommand::FolderTextCommand(std::string insidePath, bool completePathComponent)
     : insidePath_(std::move(insidePath)),
       completePathComponent_(completePathComponent),
       composed_(text::composed(insidePath_)) {}
 
-std::string InsideCommand::commandToString() const {
-    return "inside " +
-           (completePathComponent_ ? typedInQuotes(insidePath_) : typedWithoutQuotes(insidePath_));
+nlohmann::json FolderTextCommand::explainedFields() const {
+    return {{"insidePath", insidePath_}, {"completePathComponent", completePathComponent_}};
 }
 
-nlohmann::json InsideCommand::explainedFields() const {
-    return {{"insidePath", insidePath_}, {"completePathComponent", completePathComponent_}};
+std::string InsideCommand::commandToString() const {
+    return "inside " +
+           (completePathComponent() ? typedInQuotes(insidePath()) : typedWithoutQuotes(insidePath()));
 }
 
 CommandApplyResult InsideCommand::commandImpApply(SearchResult& result, SearchDataSourceDelegate*,
                                                   const QueryContainer&) {
-    return acceptIf(completePathComponent_ ? hasComponent(result.path, composed_)
-                                           : holds(path::parent(result.path), composed_));
+    return acceptIf(completePathComponent() ? hasComponent(result.path, composed())
+                                            : holds(path::parent(result.path), composed()));
 }
-
-std::shared_ptr<Command> InsideCommand::copy() const {
-    return std::make_shared<InsideCommand>(insidePath_, completePathComponent_);
-}
-
-ExcludeFolderCommand::ExcludeFolderCommand(std::string insidePath, bool completePathComponent)
-    : insidePath_(std::move(insidePath)),
-      completePathComponent_(completePathComponent),
-      composed_(text::composed(insidePath_)) {}
 
 // A dash of the text's own needs one more, as one is dropped.
 std::string ExcludeFolderCommand::commandToString() const {
-    return "excluding folder " + typedInQuotes((insidePath_.starts_with('-') ? "-" : "") + insidePath_);
-}
-
-nlohmann::json ExcludeFolderCommand::explainedFields() const {
-    return {{"insidePath", insidePath_}, {"completePathComponent", completePathComponent_}};
+    return "excluding folder " + typedInQuotes((insidePath().starts_with('-') ? "-" : "") + insidePath());
 }
 
 CommandApplyResult ExcludeFolderCommand::commandImpApply(SearchResult& result, SearchDataSourceDelegate*,
                                                          const QueryContainer&) {
     const std::string_view path = path::withoutTrailingSlash(result.path);
     const std::size_t slash = path.rfind('/');
-    return acceptIf(slash == std::string_view::npos || !holds(path.substr(0, slash + 1), composed_));
-}
-
-std::shared_ptr<Command> ExcludeFolderCommand::copy() const {
-    return std::make_shared<ExcludeFolderCommand>(insidePath_, completePathComponent_);
+    return acceptIf(slash == std::string_view::npos || !holds(path.substr(0, slash + 1), composed()));
 }
 
 std::string KnownDirectoriesCommand::commandToString() const {
@@ -102,10 +81,6 @@ std::string KnownDirectoriesCommand::commandExample() const {
 nlohmann::json KnownDirectoriesCommand::explainedFields() const {
     return {{"directory", directory_ ? nlohmann::json(text::displayable(*directory_)) : nlohmann::json()},
             {"shallow", shallow_}};
-}
-
-std::shared_ptr<Command> KnownDirectoriesCommand::copy() const {
-    return std::make_shared<KnownDirectoriesCommand>(*this);
 }
 
 void KnownDirectoriesCommand::commandImpQuerySearchArguments(QuerySearchArguments& arguments) const {

@@ -13,51 +13,55 @@
 
 namespace kestrix {
 
-// "inside animals": the path of the folder that a file lies in holds the text. `inside "animals"`, in quotes:
-// one of the path's components, the file's own name among them, is the text.
-class InsideCommand : public Command {
+// A clause that looks for a text in the path of a file's folder.
+class FolderTextCommand : public Command {
   public:
-    // The text in lower case.
-    InsideCommand(std::string insidePath, bool completePathComponent);
-
     const std::string& insidePath() const { return insidePath_; }
     bool completePathComponent() const { return completePathComponent_; }
 
-    std::string_view className() const override { return "InsideCommand"; }
-    std::string commandToString() const override;
-    std::string commandExample() const override { return "inside ****"; }
     nlohmann::json explainedFields() const override;
-    CommandApplyResult commandImpApply(SearchResult&, SearchDataSourceDelegate*,
-                                       const QueryContainer&) override;
-    std::shared_ptr<Command> copy() const override;
 
-  private:
-    std::string insidePath_;
-    bool completePathComponent_;
-    std::string composed_;  // what names are held against
-};
+  protected:
+    FolderTextCommand(std::string insidePath, bool completePathComponent);
 
-// "excluding folder animals": files are out whose folder's path, with a slash behind it, holds the text.
-// Quotes make no difference here, so the text is always written in them.
-class ExcludeFolderCommand : public Command {
-  public:
-    ExcludeFolderCommand(std::string insidePath, bool completePathComponent);
-
-    const std::string& insidePath() const { return insidePath_; }
-    bool completePathComponent() const { return completePathComponent_; }
-
-    std::string_view className() const override { return "ExcludeFolderCommand"; }
-    std::string commandToString() const override;
-    std::string commandExample() const override { return "excluding folder \"****\""; }
-    nlohmann::json explainedFields() const override;
-    CommandApplyResult commandImpApply(SearchResult&, SearchDataSourceDelegate*,
-                                       const QueryContainer&) override;
-    std::shared_ptr<Command> copy() const override;
+    // What names are held against.
+    const std::string& composed() const { return composed_; }
 
   private:
     std::string insidePath_;
     bool completePathComponent_;
     std::string composed_;
+};
+
+// "inside animals": the path of the folder that a file lies in holds the text. `inside "animals"`, in quotes:
+// one of the path's components, the file's own name among them, is the text.
+class InsideCommand : public FolderTextCommand {
+  public:
+    // The text in lower case.
+    InsideCommand(std::string insidePath, bool completePathComponent)
+        : FolderTextCommand(std::move(insidePath), completePathComponent) {}
+
+    std::string_view className() const override { return "InsideCommand"; }
+    std::string commandToString() const override;
+    std::string commandExample() const override { return "inside ****"; }
+    CommandApplyResult commandImpApply(SearchResult&, SearchDataSourceDelegate*,
+                                       const QueryContainer&) override;
+    std::shared_ptr<Command> copy() const override { return std::make_shared<InsideCommand>(*this); }
+};
+
+// "excluding folder animals": files are out whose folder's path, with a slash behind it, holds the text.
+// Quotes make no difference here, so the text is always written in them.
+class ExcludeFolderCommand : public FolderTextCommand {
+  public:
+    ExcludeFolderCommand(std::string insidePath, bool completePathComponent)
+        : FolderTextCommand(std::move(insidePath), completePathComponent) {}
+
+    std::string_view className() const override { return "ExcludeFolderCommand"; }
+    std::string commandToString() const override;
+    std::string commandExample() const override { return "excluding folder \"****\""; }
+    CommandApplyResult commandImpApply(SearchResult&, SearchDataSourceDelegate*,
+                                       const QueryContainer&) override;
+    std::shared_ptr<Command> copy() const override { return std::make_shared<ExcludeFolderCommand>(*this); }
 };
 
 // "remembered downloads": the search reads one favourite folder instead of walking disks. It judges nothing
@@ -75,11 +79,9 @@ class KnownDirectoriesCommand : public Command {
     std::string commandToString() const override;
     std::string commandExample() const override;
     nlohmann::json explainedFields() const override;
-    CommandApplyResult commandImpApply(SearchResult&, SearchDataSourceDelegate*,
-                                       const QueryContainer&) override {
-        return CommandApplyResult::accept;
+    std::shared_ptr<Command> copy() const override {
+        return std::make_shared<KnownDirectoriesCommand>(*this);
     }
-    std::shared_ptr<Command> copy() const override;
     // What it finds is not held against the query's location.
     void commandImpQuerySearchArguments(QuerySearchArguments& arguments) const override;
     bool commandStopsWordBasedSearches() const override { return true; }

@@ -13,10 +13,6 @@
 namespace kestrix {
 namespace {
 
-CommandApplyResult acceptIf(bool accepted) {
-    return accepted ? CommandApplyResult::accept : CommandApplyResult::exclude;
-}
-
 // Whether `text` in lower case equals `lowered`, without a copy where both are plain ASCII.
 bool equalsLowered(std::string_view text, std::string_view lowered) {
     if (!text::isAscii(text)) return text::lowered(text) == lowered;
@@ -40,15 +36,6 @@ std::string_view nameOf(LengthChoice choice) {
     return choice == LengthChoice::max ? "max" : "min";
 }
 
-std::string lengthText(LengthChoice choice, std::string_view what, std::string_view count) {
-    return std::string(nameOf(choice)).append(" ").append(what).append(" length ").append(count);
-}
-
-bool lengthFits(std::size_t length, std::int64_t count, LengthChoice choice) {
-    const auto value = static_cast<std::int64_t>(length);
-    return choice == LengthChoice::max ? value < count : value > count;
-}
-
 }  // namespace
 
 ExtensionCommand::ExtensionCommand(std::string extension, bool isNot)
@@ -70,10 +57,6 @@ CommandApplyResult ExtensionCommand::commandImpApply(SearchResult& result, Searc
     const std::string_view extension = path::extension(result.path);
     if (extension.empty()) return CommandApplyResult::skip;
     return acceptIf(equalsLowered(extension, wantedFileNameExtension_) != not_);
-}
-
-std::shared_ptr<Command> ExtensionCommand::copy() const {
-    return std::make_shared<ExtensionCommand>(wantedFileNameExtension_, not_);
 }
 
 std::vector<std::string> ExtensionCommand::commandImpExtraSearchStrings() const {
@@ -153,10 +136,6 @@ CommandApplyResult FileOrFolderCommand::commandImpApply(SearchResult& result, Se
     return acceptIf(result.isDirectory == (type_ == FileOrFolderType::folder));
 }
 
-std::shared_ptr<Command> FileOrFolderCommand::copy() const {
-    return std::make_shared<FileOrFolderCommand>(*this);
-}
-
 std::string LabelCommand::commandToString() const {
     return (notTag_ ? "without tag " : "tag ") + typedWord(labelName_);
 }
@@ -180,14 +159,6 @@ CommandApplyResult LabelCommand::commandImpApply(SearchResult& result, SearchDat
     return acceptIf(isThere != notTag_);
 }
 
-std::shared_ptr<Command> LabelCommand::copy() const {
-    return std::make_shared<LabelCommand>(*this);
-}
-
-std::shared_ptr<Command> ShowAllFiles::copy() const {
-    return std::make_shared<ShowAllFiles>(*this);
-}
-
 bool MaxDepth::letsEnterChildrenOf(std::string_view folder) const {
     return maxDepth_ < 1 || componentCount(folder) + 1 <= maxDepth_;
 }
@@ -206,51 +177,27 @@ CommandApplyResult MaxDepth::commandImpApply(SearchResult& result, SearchDataSou
     return acceptIf(maxDepth_ < 1 || maxDepth_ >= componentCount(result.path) - 1);
 }
 
-std::shared_ptr<Command> MaxDepth::copy() const {
-    return std::make_shared<MaxDepth>(*this);
+std::string LengthCommand::sentence(std::string_view count) const {
+    return std::string(nameOf(choice_)).append(" ").append(what_).append(" length ").append(count);
 }
 
-std::string NameLengthCommand::commandToString() const {
-    return lengthText(choice_, "name", std::to_string(count_));
-}
-
-std::string NameLengthCommand::commandExample() const {
-    return lengthText(choice_, "name", "**");
-}
-
-nlohmann::json NameLengthCommand::explainedFields() const {
+nlohmann::json LengthCommand::explainedFields() const {
     return {{"count", count_}, {"choice", nameOf(choice_)}};
+}
+
+CommandApplyResult LengthCommand::judge(std::string_view text) const {
+    const auto length = static_cast<std::int64_t>(text::characterCount(text));
+    return acceptIf(choice_ == LengthChoice::max ? length < count_ : length > count_);
 }
 
 CommandApplyResult NameLengthCommand::commandImpApply(SearchResult& result, SearchDataSourceDelegate*,
                                                       const QueryContainer&) {
-    const std::size_t length = text::characterCount(path::lastComponent(result.path));
-    return acceptIf(lengthFits(length, count_, choice_));
-}
-
-std::shared_ptr<Command> NameLengthCommand::copy() const {
-    return std::make_shared<NameLengthCommand>(*this);
-}
-
-std::string PathLengthCommand::commandToString() const {
-    return lengthText(choice_, "path", std::to_string(count_));
-}
-
-std::string PathLengthCommand::commandExample() const {
-    return lengthText(choice_, "path", "**");
-}
-
-nlohmann::json PathLengthCommand::explainedFields() const {
-    return {{"count", count_}, {"choice", nameOf(choice_)}};
+    return judge(path::lastComponent(result.path));
 }
 
 CommandApplyResult PathLengthCommand::commandImpApply(SearchResult& result, SearchDataSourceDelegate*,
                                                       const QueryContainer&) {
-    return acceptIf(lengthFits(text::characterCount(result.path), count_, choice_));
-}
-
-std::shared_ptr<Command> PathLengthCommand::copy() const {
-    return std::make_shared<PathLengthCommand>(*this);
+    return judge(result.path);
 }
 
 }  // namespace kestrix

@@ -30,7 +30,7 @@ class ExtensionCommand : public Command {
     nlohmann::json explainedFields() const override;
     CommandApplyResult commandImpApply(SearchResult&, SearchDataSourceDelegate*,
                                        const QueryContainer&) override;
-    std::shared_ptr<Command> copy() const override;
+    std::shared_ptr<Command> copy() const override { return std::make_shared<ExtensionCommand>(*this); }
     std::vector<std::string> commandImpExtraSearchStrings() const override;
 
   private:
@@ -84,7 +84,7 @@ class FileOrFolderCommand : public Command {
     nlohmann::json explainedFields() const override;
     CommandApplyResult commandImpApply(SearchResult&, SearchDataSourceDelegate*,
                                        const QueryContainer&) override;
-    std::shared_ptr<Command> copy() const override;
+    std::shared_ptr<Command> copy() const override { return std::make_shared<FileOrFolderCommand>(*this); }
 
   private:
     FileOrFolderType type_;
@@ -106,7 +106,7 @@ class LabelCommand : public Command {
     // A file that has extended attributes but no tag among them is out either way.
     CommandApplyResult commandImpApply(SearchResult&, SearchDataSourceDelegate*,
                                        const QueryContainer&) override;
-    std::shared_ptr<Command> copy() const override;
+    std::shared_ptr<Command> copy() const override { return std::make_shared<LabelCommand>(*this); }
 
   private:
     std::string labelName_;
@@ -116,13 +116,10 @@ class LabelCommand : public Command {
 // Marks the search: what a list would hide is shown.
 class ShowAllFiles : public Command {
   public:
+    static constexpr const char* kCommandName = "showAllFiles";
     std::string_view className() const override { return "ShowAllFiles"; }
     std::string commandToString() const override { return "show all files"; }
-    CommandApplyResult commandImpApply(SearchResult&, SearchDataSourceDelegate*,
-                                       const QueryContainer&) override {
-        return CommandApplyResult::accept;
-    }
-    std::shared_ptr<Command> copy() const override;
+    std::shared_ptr<Command> copy() const override { return std::make_shared<ShowAllFiles>(*this); }
 };
 
 // "max depth 3": at most so many folders above the file, counted from the root and not from where a search
@@ -142,7 +139,7 @@ class MaxDepth : public Command {
     nlohmann::json explainedFields() const override;
     CommandApplyResult commandImpApply(SearchResult&, SearchDataSourceDelegate*,
                                        const QueryContainer&) override;
-    std::shared_ptr<Command> copy() const override;
+    std::shared_ptr<Command> copy() const override { return std::make_shared<MaxDepth>(*this); }
     bool commandIsOnlyAFilter() const override { return true; }
 
   private:
@@ -152,45 +149,53 @@ class MaxDepth : public Command {
 enum class LengthChoice { max, min };
 
 // "max name length 20": fewer characters than that, "min": more.
-class NameLengthCommand : public Command {
+class LengthCommand : public Command {
   public:
-    NameLengthCommand(std::int64_t count, LengthChoice choice) : count_(count), choice_(choice) {}
-
     std::int64_t count() const { return count_; }
     LengthChoice choice() const { return choice_; }
 
-    std::string_view className() const override { return "NameLengthCommand"; }
-    std::string commandToString() const override;
-    std::string commandExample() const override;
+    std::string commandToString() const override { return sentence(std::to_string(count_)); }
+    std::string commandExample() const override { return sentence("**"); }
     nlohmann::json explainedFields() const override;
-    CommandApplyResult commandImpApply(SearchResult&, SearchDataSourceDelegate*,
-                                       const QueryContainer&) override;
-    std::shared_ptr<Command> copy() const override;
+
+  protected:
+    // `what`: the word of the sentence that says what is counted, of static storage.
+    LengthCommand(std::int64_t count, LengthChoice choice, std::string_view what)
+        : count_(count), choice_(choice), what_(what) {}
+
+    CommandApplyResult judge(std::string_view text) const;
 
   private:
+    std::string sentence(std::string_view count) const;
+
     std::int64_t count_;
     LengthChoice choice_;
+    std::string_view what_;
+};
+
+class NameLengthCommand : public LengthCommand {
+  public:
+    static constexpr const char* kMaxName = "nameMaxLength";
+    static constexpr const char* kMinName = "nameMinLength";
+    NameLengthCommand(std::int64_t count, LengthChoice choice) : LengthCommand(count, choice, "name") {}
+
+    std::string_view className() const override { return "NameLengthCommand"; }
+    CommandApplyResult commandImpApply(SearchResult&, SearchDataSourceDelegate*,
+                                       const QueryContainer&) override;
+    std::shared_ptr<Command> copy() const override { return std::make_shared<NameLengthCommand>(*this); }
 };
 
 // The same for the whole path.
-class PathLengthCommand : public Command {
+class PathLengthCommand : public LengthCommand {
   public:
-    PathLengthCommand(std::int64_t count, LengthChoice choice) : count_(count), choice_(choice) {}
-
-    std::int64_t count() const { return count_; }
-    LengthChoice choice() const { return choice_; }
+    static constexpr const char* kMaxName = "pathMaxLength";
+    static constexpr const char* kMinName = "pathMinLength";
+    PathLengthCommand(std::int64_t count, LengthChoice choice) : LengthCommand(count, choice, "path") {}
 
     std::string_view className() const override { return "PathLengthCommand"; }
-    std::string commandToString() const override;
-    std::string commandExample() const override;
-    nlohmann::json explainedFields() const override;
     CommandApplyResult commandImpApply(SearchResult&, SearchDataSourceDelegate*,
                                        const QueryContainer&) override;
-    std::shared_ptr<Command> copy() const override;
-
-  private:
-    std::int64_t count_;
-    LengthChoice choice_;
+    std::shared_ptr<Command> copy() const override { return std::make_shared<PathLengthCommand>(*this); }
 };
 
 }  // namespace kestrix

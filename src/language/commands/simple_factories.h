@@ -6,18 +6,42 @@
 #include <string>
 #include <vector>
 
-#include "language/command.h"
+#include "language/commands/command_values.h"
+#include "language/commands/simple_commands.h"
+#include "language/commands/word_commands.h"
 #include "language/uti_assistant.h"
 
 namespace kestrix {
 
-// "caseSensitive", without values.
-class CaseSensitiveFactory : public CommandFactory {
+// Makes a command that only marks its query; its sentence has no values.
+template <typename Mark>
+class MarkFactory : public CommandFactory {
   public:
-    std::vector<std::string> commandNames() const override { return {"caseSensitive"}; }
-    std::shared_ptr<Command> create(const std::string& commandName, const CommandArguments& args,
-                                    const CommandFlags& flags) const override;
+    std::vector<std::string> commandNames() const override { return {Mark::kCommandName}; }
+    std::shared_ptr<Command> create(const std::string& commandName, const CommandArguments&,
+                                    const CommandFlags&) const override {
+        return implementsCommand(commandName) ? std::make_shared<Mark>() : nullptr;
+    }
 };
+using CaseSensitiveFactory = MarkFactory<CaseSensitive>;
+using ShowAllFilesFactory = MarkFactory<ShowAllFiles>;
+using WholeWordsFactory = MarkFactory<WholeWords>;
+
+// Makes a command that counts characters: an integer.
+template <typename Length>
+class LengthFactory : public CommandFactory {
+  public:
+    std::vector<std::string> commandNames() const override { return {Length::kMaxName, Length::kMinName}; }
+    std::shared_ptr<Command> create(const std::string& commandName, const CommandArguments& args,
+                                    const CommandFlags&) const override {
+        const auto count = firstInteger(args);
+        if (!count || !implementsCommand(commandName)) return nullptr;
+        const bool isMax = commandName == Length::kMaxName;
+        return std::make_shared<Length>(*count, isMax ? LengthChoice::max : LengthChoice::min);
+    }
+};
+using NameLengthCommandFactory = LengthFactory<NameLengthCommand>;
+using PathLengthCommandFactory = LengthFactory<PathLengthCommand>;
 
 // "extension" and "extensionNot": a string.
 class ExtensionCommandFactory : public CommandFactory {
@@ -43,34 +67,10 @@ class LabelCommandFactory : public CommandFactory {
                                     const CommandFlags& flags) const override;
 };
 
-// "nameMaxLength" and "nameMinLength": an integer.
-class NameLengthCommandFactory : public CommandFactory {
-  public:
-    std::vector<std::string> commandNames() const override { return {"nameMaxLength", "nameMinLength"}; }
-    std::shared_ptr<Command> create(const std::string& commandName, const CommandArguments& args,
-                                    const CommandFlags& flags) const override;
-};
-
-// "pathMaxLength" and "pathMinLength": an integer.
-class PathLengthCommandFactory : public CommandFactory {
-  public:
-    std::vector<std::string> commandNames() const override { return {"pathMaxLength", "pathMinLength"}; }
-    std::shared_ptr<Command> create(const std::string& commandName, const CommandArguments& args,
-                                    const CommandFlags& flags) const override;
-};
-
 // "maxDepth": an integer; anything else counts as 0, which limits nothing.
 class MaxDepthFactory : public CommandFactory {
   public:
     std::vector<std::string> commandNames() const override { return {"maxDepth"}; }
-    std::shared_ptr<Command> create(const std::string& commandName, const CommandArguments& args,
-                                    const CommandFlags& flags) const override;
-};
-
-// "showAllFiles", without values.
-class ShowAllFilesFactory : public CommandFactory {
-  public:
-    std::vector<std::string> commandNames() const override { return {"showAllFiles"}; }
     std::shared_ptr<Command> create(const std::string& commandName, const CommandArguments& args,
                                     const CommandFlags& flags) const override;
 };
@@ -87,14 +87,6 @@ class UTICommandFactory : public CommandFactory {
 
   private:
     const UTIAssistant& assistant_;
-};
-
-// "wholeWords", without values.
-class WholeWordsFactory : public CommandFactory {
-  public:
-    std::vector<std::string> commandNames() const override { return {"wholeWords"}; }
-    std::shared_ptr<Command> create(const std::string& commandName, const CommandArguments& args,
-                                    const CommandFlags& flags) const override;
 };
 
 }  // namespace kestrix

@@ -67,12 +67,7 @@ nlohmann::json NotIncludingWords::explainedFields() const {
 
 CommandApplyResult NotIncludingWords::commandImpApply(SearchResult& result, SearchDataSourceDelegate*,
                                                       const QueryContainer&) {
-    const bool isOut = excluded_.matches(path::lastComponent(result.path));
-    return isOut ? CommandApplyResult::exclude : CommandApplyResult::accept;
-}
-
-std::shared_ptr<Command> NotIncludingWords::copy() const {
-    return std::make_shared<NotIncludingWords>(rawWords_);
+    return acceptIf(!excluded_.matches(path::lastComponent(result.path)));
 }
 
 WildcardWords::WildcardWords(SentenceComponents words)
@@ -103,18 +98,6 @@ nlohmann::json WildcardWords::explainedFields() const {
 CommandApplyResult WildcardWords::commandImpApply(SearchResult& result, SearchDataSourceDelegate*,
                                                   const QueryContainer&) {
     return checkWildCardsFor(text::lowered(path::lastComponent(result.path)));
-}
-
-std::shared_ptr<Command> WildcardWords::copy() const {
-    return std::make_shared<WildcardWords>(words_);
-}
-
-std::shared_ptr<Command> WholeWords::copy() const {
-    return std::make_shared<WholeWords>(*this);
-}
-
-std::shared_ptr<Command> CaseSensitive::copy() const {
-    return std::make_shared<CaseSensitive>(*this);
 }
 
 }  // namespace kestrix

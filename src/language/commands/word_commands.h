@@ -24,7 +24,7 @@ class NotIncludingWords : public Command {
     nlohmann::json explainedFields() const override;
     CommandApplyResult commandImpApply(SearchResult&, SearchDataSourceDelegate*,
                                        const QueryContainer&) override;
-    std::shared_ptr<Command> copy() const override;
+    std::shared_ptr<Command> copy() const override { return std::make_shared<NotIncludingWords>(*this); }
     bool commandIsOnlyAFilter() const override { return true; }
 
   private:
@@ -52,7 +52,7 @@ class WildcardWords : public Command {
     nlohmann::json explainedFields() const override;
     CommandApplyResult commandImpApply(SearchResult&, SearchDataSourceDelegate*,
                                        const QueryContainer&) override;
-    std::shared_ptr<Command> copy() const override;
+    std::shared_ptr<Command> copy() const override { return std::make_shared<WildcardWords>(*this); }
     bool commandIsOnlyAFilter() const override { return true; }
 
   private:
@@ -64,25 +64,19 @@ class WildcardWords : public Command {
 // Marks the query: its words must equal whole words of a name.
 class WholeWords : public Command {
   public:
+    static constexpr const char* kCommandName = "wholeWords";
     std::string_view className() const override { return "WholeWords"; }
     std::string commandToString() const override { return "whole words"; }
-    CommandApplyResult commandImpApply(SearchResult&, SearchDataSourceDelegate*,
-                                       const QueryContainer&) override {
-        return CommandApplyResult::accept;
-    }
-    std::shared_ptr<Command> copy() const override;
+    std::shared_ptr<Command> copy() const override { return std::make_shared<WholeWords>(*this); }
 };
 
 // Marks the query: its words must stand in a name in their own case.
 class CaseSensitive : public Command {
   public:
+    static constexpr const char* kCommandName = "caseSensitive";
     std::string_view className() const override { return "CaseSensitive"; }
     std::string commandToString() const override { return "case sensitive"; }
-    CommandApplyResult commandImpApply(SearchResult&, SearchDataSourceDelegate*,
-                                       const QueryContainer&) override {
-        return CommandApplyResult::accept;
-    }
-    std::shared_ptr<Command> copy() const override;
+    std::shared_ptr<Command> copy() const override { return std::make_shared<CaseSensitive>(*this); }
     bool commandIsOnlyAFilter() const override { return true; }
 };
 
