@@ -15,8 +15,9 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
         if (word.empty() || text::characterCount(word) > text::kLongestWord) std::abort();
         if (text::trimmed(word) != word) std::abort();
     }
-    WordCounts counts;
-    ImportTextTools::countWords(bytes, counts);
+    WordCounter counter;
+    ImportTextTools::countWords(bytes, counter);
+    const WordCounts counts = counter.take().counts();
     const auto total = std::accumulate(counts.begin(), counts.end(), std::size_t{0},
                                        [](std::size_t sum, const auto& row) { return sum + row.second; });
     if (total != words.size()) std::abort();

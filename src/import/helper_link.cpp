@@ -20,6 +20,7 @@ constexpr std::uint32_t kNumberOfStart = 0;
 constexpr auto kStartPatience = std::chrono::seconds(20);
 constexpr auto kQuitPatience = std::chrono::milliseconds(300);
 constexpr std::size_t kLongestWords = 500;  // of a failure
+constexpr const char* kEndsAtOnce = "it ends when it is started";
 
 // OpenMP reads its limit when a program starts; more than one thread was measured to make recognition ten
 // times slower, and the helper may start none.
@@ -113,23 +114,29 @@ ImportReply HelperLink::call(const Call& call) {
     throw failureOf(call.document, reply);
 }
 
+// One that is ended from outside while it starts has not seen the document, and another may do better.
 void HelperLink::waitForStart(const Call& call) {
-    start();
-    if (hasStarted_) return;
-    Waiting waiting(kStartPatience, kStartPatience);
-    std::string why = "it does not start";
-    try {
-        const ImportReply reply = answerTo(call, kNumberOfStart, waiting);
-        hasStarted_ = reply.kind == ImportReply::Kind::started;
-        if (reply.kind == ImportReply::Kind::failure) why = oneLine(reply.body);
-    } catch (const Error& error) {
-        if (waiting.cancelUntil) throw;
-        why = error.what();
-    }
+    std::string why = whyNotStarted(call);
+    if (why == kEndsAtOnce) why = whyNotStarted(call);
     if (hasStarted_) return;
     process_.reset();
     throw importError(ImportFailure::noHelper,
                       fmt::format("the import helper {} is of no use: {}", program_, why));
+}
+
+std::string HelperLink::whyNotStarted(const Call& call) {
+    start();
+    if (hasStarted_) return {};
+    Waiting waiting(kStartPatience, kStartPatience);
+    try {
+        const ImportReply reply = answerTo(call, kNumberOfStart, waiting);
+        hasStarted_ = reply.kind == ImportReply::Kind::started;
+        return reply.kind == ImportReply::Kind::failure ? oneLine(reply.body) : "it does not start";
+    } catch (const Error& error) {
+        if (waiting.cancelUntil) throw;
+        const bool hasEnded = error.code() == static_cast<int>(ImportFailure::crashed);
+        return hasEnded ? kEndsAtOnce : "it does not answer";
+    }
 }
 
 ImportReply HelperLink::answerTo(const Call& call, std::uint32_t number, Waiting& waiting) {

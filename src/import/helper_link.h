@@ -45,6 +45,7 @@ class HelperLink {
     struct Waiting;
 
     void waitForStart(const Call& call);
+    std::string whyNotStarted(const Call& call);  // one try; empty if it was running before
     void sendDocument(const ImportRequest& request, const OpenFile& document);
     ImportReply answerTo(const Call& call, std::uint32_t number, Waiting& waiting);
     std::optional<ImportReply> nextReply(const Call& call, Waiting& waiting);

@@ -111,25 +111,4 @@ std::optional<ImportReply> decodedReply(std::string_view bytes) {
     return reply;
 }
 
-std::string encodedWords(const WordCounts& words) {
-    std::string bytes;
-    for (const auto& [word, count] : words) {
-        appendValue(bytes, count);
-        appendText(bytes, word);
-    }
-    return bytes;
-}
-
-std::optional<WordCounts> decodedWords(std::string_view bytes) {
-    WordCounts words;
-    Reader reader(bytes);
-    while (!reader.isAtEnd()) {
-        const auto count = reader.number<std::uint32_t>();
-        const std::string_view word = reader.text();
-        if (!reader.isSound() || count == 0 || word.empty()) return std::nullopt;
-        if (!words.emplace(word, count).second) return std::nullopt;
-    }
-    return words;
-}
-
 }  // namespace kestrix

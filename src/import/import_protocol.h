@@ -18,7 +18,6 @@
 #include <string_view>
 
 #include "import/document_format.h"
-#include "import/import_text_tools.h"
 
 namespace kestrix {
 
@@ -70,10 +69,5 @@ std::string encoded(const ImportReply& reply);
 // Nothing unless the bytes are one whole message of this version.
 std::optional<ImportRequest> decodedRequest(std::string_view bytes);
 std::optional<ImportReply> decodedReply(std::string_view bytes);
-
-// The body of `words`: for each word its count in 32 bits and its text.
-std::string encodedWords(const WordCounts& words);
-// Nothing if the bytes are no such list; a word that is there twice or has no count makes them none.
-std::optional<WordCounts> decodedWords(std::string_view bytes);
 
 }  // namespace kestrix

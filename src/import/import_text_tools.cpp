@@ -60,6 +60,9 @@ DocumentFormat formatOfExtension(std::string_view extension) {
     return DocumentFormat::none;
 }
 
+// Of plain text, which is counted piece by piece: some megabytes, with the piece that comes on top.
+constexpr std::size_t kMostWordsOfAPart = 100'000;
+
 // By FileTypeId; nothing where a type has no row of its own.
 using Rows = std::vector<std::optional<DocumentFormat>>;
 
@@ -126,14 +129,17 @@ std::optional<ImportTextResult> ImportTextTools::importFileText(
     return result;
 }
 
-WordCounts ImportTextTools::wordsInFile(const std::string& path, bool useOCR,
-                                        const std::function<bool()>& shouldCancel) const {
-    WordCounts counts;
-    if (formatOf(path, false, useOCR) != DocumentFormat::rawText) return counts;
+void ImportTextTools::wordsInFile(const std::string& path, bool useOCR, const TakeWords& take,
+                                  const std::function<bool()>& shouldCancel) const {
+    if (formatOf(path, false, useOCR) != DocumentFormat::rawText) return;
     PlainText reader;
-    reader.read(path, kNoLengthLimit, shouldCancel);
-    countWords(reader.text(), counts);
-    return counts;
+    WordCounter counter;
+    const auto count = [&](std::string_view piece) {
+        countWords(piece, counter);
+        if (counter.words() > kMostWordsOfAPart) take(counter.take());
+    };
+    reader.readPieces(path, count, shouldCancel);
+    take(counter.take());
 }
 
 std::vector<std::string> ImportTextTools::wordsFromText(std::string_view text) {
@@ -142,27 +148,20 @@ std::vector<std::string> ImportTextTools::wordsFromText(std::string_view text) {
     return words;
 }
 
-void ImportTextTools::countWords(std::string_view text, WordCounts& counts) {
-    text::forEachWord(text, [&counts](std::string_view word) {
-        const auto known = counts.find(word);
-        if (known == counts.end()) {
-            counts.emplace(word, 1);
-        } else {
-            ++known->second;
-        }
-    });
+void ImportTextTools::countWords(std::string_view text, WordCounter& counter) {
+    text::forEachWord(text, [&counter](std::string_view word) { counter.count(word); });
 }
 
-WordCounts ImportTextTools::countWords(const ImportTextResult& result, bool useOCR) {
-    WordCounts counts;
-    const auto countEach = [&counts](const std::optional<std::vector<Page>>& pages) {
+WordList ImportTextTools::countWords(const ImportTextResult& result, bool useOCR) {
+    WordCounter counter;
+    const auto countEach = [&counter](const std::optional<std::vector<Page>>& pages) {
         if (!pages) return;
         for (const Page& page : *pages)
-            countWords(page.text, counts);
+            countWords(page.text, counter);
     };
     countEach(result.text);
     if (useOCR) countEach(result.ocrText);
-    return counts;
+    return counter.take();
 }
 
 }  // namespace kestrix

@@ -2,28 +2,23 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "import/document_format.h"
 #include "import/import_text_result.h"
 #include "import/plain_text.h"
+#include "import/word_list.h"
 #include "platform/file_types.h"
 
 namespace kestrix {
 
-struct WordHash {
-    using is_transparent = void;
-    std::size_t operator()(std::string_view word) const { return std::hash<std::string_view>{}(word); }
-};
-// Word to number of occurrences.
-using WordCounts = std::unordered_map<std::string, std::uint32_t, WordHash, std::equal_to<>>;
+// Is handed the words of a document, also in several parts.
+using TakeWords = std::function<void(WordList part)>;
 
 // The table of importers by file type. A type without a row takes that of the nearest type that it is a kind
 // of. It is built when first asked for, in under a millisecond. One serves the whole application. Threads:
@@ -47,19 +42,20 @@ class ImportTextTools {
     std::optional<ImportTextResult> importFileText(const std::string& path, bool searchAllFiles,
                                                    std::size_t maxLength, bool useOCR,
                                                    const std::function<bool()>& shouldCancel = {}) const;
-    // Its words. A file without words or without importer gives an empty map.
-    WordCounts wordsInFile(const std::string& path, bool useOCR,
-                           const std::function<bool()>& shouldCancel = {}) const;
+    // Hands over its words, in parts of a few megabytes, so that a file takes no more memory than that. One
+    // without words or of another format has no part. Throws what PlainText throws.
+    void wordsInFile(const std::string& path, bool useOCR, const TakeWords& take,
+                     const std::function<bool()>& shouldCancel = {}) const;
 
     // The words of a text in order, repeated ones included: the pieces between white space, control
     // characters and code points that mean nothing to everyone, in lower case, without punctuation and
     // symbols at both ends. Longer ones than 32 characters, as people count them, are left out.
     static std::vector<std::string> wordsFromText(std::string_view text);
     // The same words, counted.
-    static void countWords(std::string_view text, WordCounts& counts);
+    static void countWords(std::string_view text, WordCounter& counter);
     // The words of an imported document. Without `useOCR` those of its text; with it, text and recognised
     // text both count, so a word that both hold counts twice.
-    static WordCounts countWords(const ImportTextResult& result, bool useOCR);
+    static WordList countWords(const ImportTextResult& result, bool useOCR);
 
   private:
     struct Table {

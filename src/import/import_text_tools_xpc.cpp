@@ -1,5 +1,5 @@
-// One lock holds who is calling, whose turn the helper is and when it was last used; the helper itself
-// belongs to the caller whose turn it is, and to the thread that lets it go when it has been idle.
+// One lock holds who is calling, whose turn each helper is and when one was last used; a helper itself
+// belongs to the caller whose turn it is, and to the thread that lets all go when they have been idle.
 #include "import/import_text_tools_xpc.h"
 
 #include <fmt/format.h>
@@ -13,6 +13,7 @@
 #include <new>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "base/path.h"
 #include "base/text.h"
@@ -50,6 +51,9 @@ std::string cut(std::string text, std::size_t maxLength) {
     return text;
 }
 
+// As many documents are parsed at once as there are processors, and no more than these.
+constexpr int kMostHelpers = 4;
+
 // What is common to all imports that the helper makes.
 struct Import {
     ImportRequest request;
@@ -60,35 +64,48 @@ struct Import {
 
 struct ImportTextToolsXPC::State {
     State(std::string program, Clock& time, ImportLimits bounds)
-        : helper(std::move(program)), clock(time), limits(bounds), link(helper, wakeUp, limits) {}
+        : helperProgram(std::move(program)), clock(time), limits(bounds) {
+        const int most = std::clamp(processorCount(), 1, kMostHelpers);
+        for (int i = 0; i < most; ++i)
+            helpers.push_back(std::make_unique<Helper>(helperProgram, limits));
+    }
     ~State();
+
+    // One helper, in use or not.
+    struct Helper {
+        Helper(const std::string& program, const ImportLimits& limits) : link(program, wakeUp, limits) {}
+
+        const WakeUp wakeUp;
+        bool isBusy = false;  // it is somebody's turn
+        HelperLink link;      // of whose turn it is; under the lock while it is nobody's
+    };
 
     class ActiveCall;
     class Turn;
 
+    Helper* freeHelper();
+    bool isAnyBusy() const;
+    bool isAnyRunning() const;
     ImportReply askHelper(Call& call, const OpenFile& document, const Import& import);
     std::string readLegacyWord(Call& call, const OpenFile& document);
     ImportReply read(Call& call, const OpenFile& document, Import import);
     ImportReply readUnlessKnown(Call& call, const Import& import);
     SteadyTime idleUntil() const;
-    void letIdleHelperGo();
+    void letIdleHelpersGo();
     void noteUse(std::unique_lock<std::mutex>& held);
 
-    const std::string helper;
+    const std::string helperProgram;
     Clock& clock;
     const ImportLimits limits;
-    const WakeUp wakeUp;
     FailedDocuments failed;
 
     std::mutex mutex;
     std::condition_variable changed;
     std::list<Call*> calls;
-    bool busy = false;  // it is somebody's turn
+    std::vector<std::unique_ptr<Helper>> helpers;  // the first ones run, others only where those are busy
     bool ending = false;
     SteadyTime lastUsed{};
     std::thread idleWatch;  // since the first helper
-
-    HelperLink link;  // of whose turn it is; under the lock while it is nobody's
 };
 
 // Makes a call known to sendCancelFor.
@@ -114,25 +131,31 @@ class ImportTextToolsXPC::State::ActiveCall {
     std::list<Call*>::iterator place_;
 };
 
-// Blocks until the helper is free; throws Error if the call is cancelled first.
+// Blocks until a helper is free; throws Error if the call is cancelled first.
 class ImportTextToolsXPC::State::Turn {
   public:
     Turn(State& state, const Call& call) : state_(state) {
         std::unique_lock hold(state_.mutex);
-        state_.changed.wait(hold, [&] { return !state_.busy || call.isCancelled(); });
+        state_.changed.wait(hold, [&] {
+            helper_ = state_.freeHelper();
+            return helper_ != nullptr || call.isCancelled();
+        });
         if (call.isCancelled()) throw cancelledError(call.path);
-        state_.busy = true;
+        helper_->isBusy = true;
     }
     ~Turn() {
         std::unique_lock hold(state_.mutex);
-        state_.busy = false;
+        helper_->isBusy = false;
         state_.noteUse(hold);
     }
     Turn(const Turn&) = delete;
     Turn& operator=(const Turn&) = delete;
 
+    HelperLink& link() const { return helper_->link; }
+
   private:
     State& state_;
+    Helper* helper_ = nullptr;
 };
 
 ImportTextToolsXPC::State::~State() {
@@ -144,40 +167,65 @@ ImportTextToolsXPC::State::~State() {
     if (idleWatch.joinable()) idleWatch.join();
 }
 
+// One that runs if there is one: a single caller keeps to a single helper.
+ImportTextToolsXPC::State::Helper* ImportTextToolsXPC::State::freeHelper() {
+    Helper* free = nullptr;
+    for (const auto& helper : helpers) {
+        if (helper->isBusy) continue;
+        if (helper->link.isRunning()) return helper.get();
+        if (free == nullptr) free = helper.get();
+    }
+    return free;
+}
+
+bool ImportTextToolsXPC::State::isAnyBusy() const {
+    return std::ranges::any_of(helpers, &Helper::isBusy);
+}
+
+// A helper that is busy is not looked at: it is another's.
+bool ImportTextToolsXPC::State::isAnyRunning() const {
+    return std::ranges::any_of(
+        helpers, [](const auto& helper) { return !helper->isBusy && helper->link.isRunning(); });
+}
+
 void ImportTextToolsXPC::State::noteUse(std::unique_lock<std::mutex>& held) {
     lastUsed = clock.steadyNow();
-    if (link.isRunning() && !idleWatch.joinable()) idleWatch = std::thread([this] { letIdleHelperGo(); });
+    if (isAnyRunning() && !idleWatch.joinable()) idleWatch = std::thread([this] { letIdleHelpersGo(); });
     held.unlock();
     changed.notify_all();
 }
 
 SteadyTime ImportTextToolsXPC::State::idleUntil() const {
-    return busy || !link.isRunning() ? SteadyTime::max() : later(lastUsed, limits.idle);
+    return isAnyBusy() || !isAnyRunning() ? SteadyTime::max() : later(lastUsed, limits.idle);
 }
 
-void ImportTextToolsXPC::State::letIdleHelperGo() {
+void ImportTextToolsXPC::State::letIdleHelpersGo() {
     std::unique_lock hold(mutex);
     while (!ending) {
         const SteadyTime until = idleUntil();
         clock.waitUntil(hold, changed, until, [&] { return ending || idleUntil() != until; });
         if (ending || clock.steadyNow() < idleUntil()) continue;
-        busy = true;
+        for (const auto& helper : helpers)
+            helper->isBusy = true;
         hold.unlock();
-        link.quit();
+        for (const auto& helper : helpers)
+            helper->link.quit();
         hold.lock();
-        busy = false;
+        for (const auto& helper : helpers)
+            helper->isBusy = false;
         changed.notify_all();
     }
 }
 
 ImportReply ImportTextToolsXPC::State::askHelper(Call& call, const OpenFile& document, const Import& import) {
     const Turn turn(*this, call);
-    return link.call({import.request, document, import.progress, [&call] { return call.isCancelled(); }});
+    return turn.link().call(
+        {import.request, document, import.progress, [&call] { return call.isCancelled(); }});
 }
 
 std::string ImportTextToolsXPC::State::readLegacyWord(Call& call, const OpenFile& document) {
     const Turn turn(*this, call);
-    return legacyWordText(helper, document, [&](ChildProgram* program) {
+    return legacyWordText(helperProgram, document, [&](ChildProgram* program) {
         const std::lock_guard hold(mutex);
         call.converter = program;
         if (program != nullptr && call.isCancelled()) program->stop();
@@ -190,9 +238,9 @@ ImportReply ImportTextToolsXPC::State::read(Call& call, const OpenFile& document
     if (import.request.format != DocumentFormat::legacyWord) return askHelper(call, document, import);
     ImportReply reply{.kind = ImportReply::Kind::text, .body = readLegacyWord(call, document)};
     if (import.request.kind == ImportRequest::Kind::wordsInFile) {
-        WordCounts words;
-        ImportTextTools::countWords(reply.body, words);
-        reply = {.kind = ImportReply::Kind::words, .body = encodedWords(words)};
+        WordCounter counter;
+        ImportTextTools::countWords(reply.body, counter);
+        reply = {.kind = ImportReply::Kind::words, .body = counter.take().takeBytes()};
     }
     return reply;
 }
@@ -256,15 +304,11 @@ std::string ImportTextToolsXPC::usualHelper() {
     return path::join(path::parent(programPath()), kHelperName);
 }
 
-std::unique_ptr<ImportTextToolsXPC> ImportTextToolsXPC::another() const {
-    return std::make_unique<ImportTextToolsXPC>(tools_, state_->helper, state_->clock, state_->limits);
-}
-
 void ImportTextToolsXPC::startup() {
     std::unique_lock hold(state_->mutex);
-    if (state_->busy || state_->link.isRunning()) return;
+    if (state_->isAnyBusy() || state_->isAnyRunning()) return;
     try {
-        state_->link.start();
+        state_->helpers.front()->link.start();
     } catch (const Error&) {
         return;  // the first document that needs it fails with the reason
     }
@@ -298,27 +342,40 @@ ImportedText ImportTextToolsXPC::textFromFile(const std::string& path, bool sear
     return result;
 }
 
-ImportedWords ImportTextToolsXPC::wordsFromFile(const std::string& path, bool useOCR,
-                                                const ImportProgress& progress) {
-    ImportedWords result;
+std::optional<Error> ImportTextToolsXPC::takeWordsFromFile(const std::string& path, bool useOCR,
+                                                           const TakeWords& take,
+                                                           const ImportProgress& progress) {
+    std::optional<Error> failure;
     const auto import = [&] {
         const DocumentFormat format = tools_.formatOf(path, false, useOCR);
+        if (format == DocumentFormat::none) return;
         State::ActiveCall active(*state_, path);
         Call& call = active.call();
-        if (format == DocumentFormat::none || format == DocumentFormat::rawText) {
-            result.words = tools_.wordsInFile(path, useOCR, [&call] { return call.isCancelled(); });
+        if (format == DocumentFormat::rawText) {
+            tools_.wordsInFile(path, useOCR, take, [&call] { return call.isCancelled(); });
             return;
         }
         const Import wanted{
             requestFor(ImportRequest::Kind::wordsInFile, tools_, path, format, useOCR, kNoLengthLimit),
             progress};
-        result.words = decodedWords(state_->readUnlessKnown(call, wanted).body);
-        if (!result.words) {
+        auto words = WordList::fromBytes(state_->readUnlessKnown(call, wanted).body);
+        if (!words) {
             throw importError(ImportFailure::badReply,
                               fmt::format("cannot read {}: the import helper gave no proper answer", path));
         }
+        take(std::move(*words));
     };
-    reportingErrors(path, import, [&result](const Error& error) { result.error = error; });
+    reportingErrors(path, import, [&failure](const Error& error) { failure = error; });
+    return failure;
+}
+
+ImportedWords ImportTextToolsXPC::wordsFromFile(const std::string& path, bool useOCR,
+                                                const ImportProgress& progress) {
+    WordList all;
+    ImportedWords result;
+    result.error = takeWordsFromFile(
+        path, useOCR, [&all](const WordList& part) { all.add(part); }, progress);
+    if (!result.error) result.words = all.counts();
     return result;
 }
 
@@ -350,7 +407,8 @@ void ImportTextToolsXPC::sendCancelFor(const std::string& path) {
             if (call->converter != nullptr) call->converter->stop();
         }
     }
-    state_->wakeUp.wake();
+    for (const auto& helper : state_->helpers)
+        helper->wakeUp.wake();
     state_->changed.notify_all();
 }
 

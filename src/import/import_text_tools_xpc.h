@@ -32,18 +32,19 @@ struct CopyContentsImportsResult {
 };
 
 // The application's one way to the text of files. Plain text is read here and now, by as many callers at once
-// as there are. All other documents are parsed by a helper program that has no access to files, network or
-// other programs and is limited in time and memory, one document at a time for the whole application; a
-// document that it dies over costs that document alone, and the next one gets a fresh helper. The helper is
-// started by the first document that needs it and let go about a minute after its last.
+// as there are. All other documents are parsed by helper programs that have no access to files, network or
+// other programs and are limited in time and memory, one document at a time each; a document that one dies
+// over costs that document alone, and the next one gets a fresh helper. There is one for each processor, up
+// to four, started when a document finds all others busy; all are let go about a minute after the last
+// document.
 //
-// A document over which the helper died, hung or ran out of memory is remembered until its file changes:
+// A document over which a helper died, hung or ran out of memory is remembered until its file changes:
 // asking for it again gives the same error at once.
 //
 // A legacy Word document (.doc) is read by `catdoc`, which runs behind the same walls.
 //
 // Threads: any; the calls block theirs, so never the main one. Progress is told on the caller's thread, at
-// most every three seconds. Made by app/, and must outlive every caller. Destruction ends the helper.
+// most every three seconds. Made by app/, and must outlive every caller. Destruction ends the helpers.
 class ImportTextToolsXPC {
   public:
     // `helper` is the path of the helper program; the clock serves the idle time and the deadlines.
@@ -56,13 +57,9 @@ class ImportTextToolsXPC {
     // The helper program: the environment variable KESTRIX_IMPORT_HELPER, else beside this program.
     static std::string usualHelper();
 
-    // The same once more, with a helper of its own: for whoever has thousands of documents to read and may
-    // load two processors.
-    std::unique_ptr<ImportTextToolsXPC> another() const;
-
     const ImportTextTools& tools() const { return tools_; }
 
-    // Starts the helper unless it runs, without waiting for it. Optional: it takes that wait from the first
+    // Starts a helper unless one runs, without waiting for it. Optional: it takes that wait from the first
     // document, and costs some milliseconds of processor time where no document comes.
     void startup();
 
@@ -73,7 +70,11 @@ class ImportTextToolsXPC {
     ImportedText textFromFile(const std::string& path, bool searchAllFileTypes, bool useOCR,
                               std::size_t maxLength = kNoLengthLimit, const ImportProgress& progress = {},
                               const std::function<bool()>& isCancelledBefore = {});
-    // Its words, counted. Does not throw.
+    // Hands over its words on this thread, in parts; nothing without an importer. What was handed over before
+    // an error may be incomplete. Returns the error. `take` throws nothing.
+    std::optional<Error> takeWordsFromFile(const std::string& path, bool useOCR, const TakeWords& take,
+                                           const ImportProgress& progress = {});
+    // The same, counted. Does not throw.
     ImportedWords wordsFromFile(const std::string& path, bool useOCR, const ImportProgress& progress = {});
     // Its text, or the image itself if it is one and `useOCR` is off. Does not throw.
     CopyContentsImportsResult copyContentsToClipboardImporter(const std::string& path, bool useOCR,

@@ -43,6 +43,20 @@ std::string_view withoutCutCharacter(std::string_view bytes) {
     return bytes;
 }
 
+// What is left of a piece that others follow.
+std::string_view upToWhiteSpace(std::string_view piece) {
+    const std::size_t last = piece.find_last_of(" \n\t\r");
+    const std::string_view cut =
+        last == std::string_view::npos ? withoutCutCharacter(piece) : piece.substr(0, last + 1);
+    return cut.empty() ? piece : cut;
+}
+
+OpenFile openedText(const std::string& path) {
+    OpenFile file(path);
+    if (file.isRegular()) return file;
+    throw importError(ImportFailure::notRegular, fmt::format("cannot read {}: it is no regular file", path));
+}
+
 }  // namespace
 
 struct PlainText::Memory {
@@ -56,13 +70,27 @@ struct PlainText::Memory {
         isUtf8.reset();
         converted.reset();
     }
-    std::size_t fill(const OpenFile& file, std::size_t size, const std::function<bool()>& shouldCancel);
+    void reserve(const OpenFile& file, std::size_t size);
+    std::size_t fill(const OpenFile& file, std::size_t from, std::size_t size,
+                     const std::function<bool()>& shouldCancel);
+    void readPieces(const OpenFile& file, std::size_t size,
+                    const std::function<void(std::string_view piece)>& take,
+                    const std::function<bool()>& shouldCancel);
 };
 
 PlainText::PlainText() : memory_(std::make_unique<Memory>()) {}
 PlainText::~PlainText() = default;
 
-std::size_t PlainText::Memory::fill(const OpenFile& file, std::size_t size,
+void PlainText::Memory::reserve(const OpenFile& file, std::size_t size) {
+    try {
+        buffer.reserve(size, kKeptMemory);
+    } catch (const std::bad_alloc&) {
+        throw importError(ImportFailure::tooLarge,
+                          fmt::format("cannot read {}: there is no memory for {} bytes", file.path(), size));
+    }
+}
+
+std::size_t PlainText::Memory::fill(const OpenFile& file, std::size_t from, std::size_t size,
                                     const std::function<bool()>& shouldCancel) {
     std::size_t filled = 0;
     while (filled < size) {
@@ -70,30 +98,55 @@ std::size_t PlainText::Memory::fill(const OpenFile& file, std::size_t size,
             throw importError(ImportFailure::cancelled, fmt::format("reading {} was cancelled", file.path()));
         }
         const std::size_t step = std::min(size - filled, kReadAtOnce);
-        const std::size_t got = file.readAt(filled, buffer.data() + filled, step);
+        const std::size_t got = file.readAt(from + filled, buffer.data() + filled, step);
         if (got == 0) break;
         filled += got;
     }
     return filled;
 }
 
+void PlainText::Memory::readPieces(const OpenFile& file, std::size_t size,
+                                   const std::function<void(std::string_view piece)>& take,
+                                   const std::function<bool()>& shouldCancel) {
+    for (std::size_t at = 0; at < size;) {
+        const std::size_t wanted = std::min(size - at, kKeptMemory);
+        const std::size_t filled = fill(file, at, wanted, shouldCancel);
+        std::string_view piece(buffer.data(), filled);
+        if (at + filled < size && filled == wanted) piece = upToWhiteSpace(piece);
+        if (piece.empty()) return;
+        take(piece);
+        at += piece.size();
+    }
+}
+
 void PlainText::read(const std::string& path, std::size_t maxLength,
                      const std::function<bool()>& shouldCancel) {
     memory_->forget();
-    const OpenFile file(path);
-    if (!file.isRegular())
-        throw importError(ImportFailure::notRegular,
-                          fmt::format("cannot read {}: it is no regular file", path));
+    const OpenFile file = openedText(path);
     const std::size_t size = sizeToRead(file, maxLength);
-    try {
-        memory_->buffer.reserve(size, kKeptMemory);
-    } catch (const std::bad_alloc&) {
-        throw importError(ImportFailure::tooLarge,
-                          fmt::format("cannot read {}: there is no memory for {} bytes", path, size));
-    }
-    const std::size_t filled = memory_->fill(file, size, shouldCancel);
+    memory_->reserve(file, size);
+    const std::size_t filled = memory_->fill(file, 0, size, shouldCancel);
     const std::string_view bytes(memory_->buffer.data(), filled);
     memory_->bytes = filled == maxLength ? withoutCutCharacter(bytes) : bytes;
+}
+
+// Whether it is UTF-8 is known at the end alone, so a file of several pieces is read twice.
+void PlainText::readPieces(const std::string& path, const std::function<void(std::string_view piece)>& take,
+                           const std::function<bool()>& shouldCancel) {
+    memory_->forget();
+    const OpenFile file = openedText(path);
+    const std::size_t size = sizeToRead(file, kNoLengthLimit);
+    memory_->reserve(file, std::min(size, kKeptMemory));
+    bool isUtf8 = true;
+    if (size > kKeptMemory) {
+        const auto look = [&isUtf8](std::string_view piece) { isUtf8 = isUtf8 && text::isValidUtf8(piece); };
+        memory_->readPieces(file, size, look, shouldCancel);
+    }
+    const auto takeText = [&](std::string_view piece) {
+        const bool isSound = size > kKeptMemory ? isUtf8 : text::isValidUtf8(piece);
+        isSound ? take(piece) : take(text::decodedFromMacRoman(piece));
+    };
+    memory_->readPieces(file, size, takeText, shouldCancel);
 }
 
 std::string_view PlainText::bytes() const {

@@ -32,6 +32,12 @@ class PlainText {
     void read(const std::string& path, std::size_t maxLength = kNoLengthLimit,
               const std::function<bool()>& shouldCancel = {});
 
+    // Reads the file as above and hands over its text, in UTF-8, a few megabytes at a time: all that is held
+    // of a file of any size. Pieces end at ASCII white space, unless one has none. bytes() and text() are
+    // empty afterwards.
+    void readPieces(const std::string& path, const std::function<void(std::string_view piece)>& take,
+                    const std::function<bool()>& shouldCancel = {});
+
     // As they stand in the file; valid until the next read.
     std::string_view bytes() const;
     // Whether the bytes are valid UTF-8. Looked for when first asked.

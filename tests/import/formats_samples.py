@@ -103,6 +103,8 @@ MESSAGE = formats.eml(TITLE, PARAGRAPHS)
 SAMPLES = {f"plain.{name}": make(TITLE, PARAGRAPHS) for name, make in formats.FORMATS.items()}
 SAMPLES |= {
     "plain.emlx": b"%d      \n" % len(MESSAGE) + MESSAGE + b"<?xml version='1.0'?><plist>flags</plist>",
+    "latin.html": "<meta charset=iso-8859-2><p>The yearly total of the café \u010daj: naïve ends here".encode("iso-8859-2", "xmlcharrefreplace"),
+    "rich.doc": formats.rtf(TITLE, PARAGRAPHS),
     "two_pages.pdf": formats.pdf(TITLE, PARAGRAPHS, lines_a_page=2),
     "locked.pdf": locked_pdf(),
     "scan.pdf": scanned_pdf("THE FILE"),

@@ -31,6 +31,14 @@ TEST_F(TextFormatsTest, APageReadsAsItIsSeen) {
     EXPECT_EQ(html("<pre>a  b\n  c</pre>  d   e"), "a  b\n  c\nd e");
     EXPECT_EQ(html("<title/><script src='x'/><p>kept"), "kept");
     EXPECT_EQ(html("<a title='x>y'>t</a><!-- <p>no --> u < v"), "t u < v");
+    // Longer texts pass the parser by, and go where it puts them.
+    EXPECT_EQ(html("<table>this stands  in front of it<tr><td>a\n long  cell &eacute;t&eacute;s of some words"
+                   "<td>b</table><pre>\nlong  lines\n  of a&amplisting that goes on</pre>"),
+              "this stands in front of it\na long cell étés of some words\tb\n"
+              "long  lines\n  of a&listing that goes on");
+    EXPECT_EQ(html("a text that is long enough &#xF8FE;7&#xF8FF;"),
+              "a text that is long enough \uF8FE7\uF8FF");
+    EXPECT_EQ(html("a text that is long enough \uF8FE0\uF8FF"), "a text that is long enough \uF8FE0\uF8FF");
 }
 
 TEST_F(TextFormatsTest, APageIsReadInItsEncoding) {
@@ -113,6 +121,7 @@ TEST_F(TextFormatsTest, MessagesInsideAndAttachmentsAreNamed) {
              "name=\"=?utf-8?Q?p=C3=A9?=\"\n\n"),
         "outer\ninner\ntext\nné.txt\npé");
     EXPECT_EQ(textOf("a.emlx", "17  \nSubject: s\n\nbody\n<plist>"), "s\nbody");
+    EXPECT_EQ(textOf("a.emlx", "no message\ncaf\x8E"), "no message\ncaf\u00E9");
     std::string nested = "Subject: s\n";
     for (int i = 0; i < 30'000; ++i) {
         nested += "Content-Type: multipart/mixed; boundary=b" + std::to_string(i) + "\n\n--b" +

@@ -1,4 +1,5 @@
 #include "import/import_protocol.h"
+#include "import/word_list.h"
 
 #include <gtest/gtest.h>
 
@@ -48,15 +49,24 @@ TEST(ImportProtocol, ABodyIsAsLongAsItIsSaidToBe) {
 }
 
 TEST(ImportProtocol, WordsComeBackAsTheyWereAndDamagedOnesNotAtAll) {
-    const WordCounts words{{"one", 1}, {"zw\u00F6lf", 12}};
-    const std::string bytes = encodedWords(words);
-    EXPECT_EQ(decodedWords(bytes), words);
-    EXPECT_EQ(decodedWords(""), WordCounts{});
-    EXPECT_FALSE(decodedWords(bytes + bytes));
-    EXPECT_FALSE(decodedWords(encodedWords({{"one", 0}})));
-    EXPECT_FALSE(decodedWords(encodedWords({{"", 1}})));
+    const auto listOf = [](const WordCounts& words) {
+        WordCounter counter;
+        for (const auto& [word, count] : words)
+            counter.count(word, count);
+        return counter.take().takeBytes();
+    };
+    const auto countsIn = [](const std::string& bytes) -> std::optional<WordCounts> {
+        const auto list = WordList::fromBytes(bytes);
+        return list ? std::optional(list->counts()) : std::nullopt;
+    };
+    const std::string bytes = listOf({{"one", 1}, {"zw\u00F6lf", 12}});
+    EXPECT_EQ(countsIn(bytes), (WordCounts{{"one", 1}, {"zw\u00F6lf", 12}}));
+    EXPECT_EQ(countsIn(""), WordCounts{});
+    EXPECT_EQ(countsIn(bytes + bytes), (WordCounts{{"one", 2}, {"zw\u00F6lf", 24}}));
+    EXPECT_FALSE(countsIn(listOf({{"one", 0}})));
+    EXPECT_FALSE(countsIn(listOf({{"", 1}})));
     for (std::size_t length = 1; length < bytes.size(); ++length) {
-        const auto cut = decodedWords(bytes.substr(0, length));
+        const auto cut = countsIn(bytes.substr(0, length));
         EXPECT_EQ(cut ? cut->size() : 1, 1U);  // a cut may fall between the two
     }
 }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <random>
 
 #include "base/error.h"
@@ -42,24 +43,17 @@ TEST(WordsFromText, PiecesLosePunctuationAndCase) {
     EXPECT_EQ(ImportTextTools::wordsFromText(
                   "The (Quick), br\xC3\x96wn\u00A0fox... -- \t$5 e-mail \u201C\u00C9t\u00E9\u201D"),
               (Words{"the", "quick", "br\u00F6wn", "fox", "5", "e-mail", "\u00E9t\u00E9"}));
-    EXPECT_EQ(ImportTextTools::wordsFromText(" \n--- ... \u2014 \x01\x7F"), Words{});
-    EXPECT_EQ(ImportTextTools::wordsFromText("a\x02"
-                                             "b\uFEFF"
-                                             "c\u00AD"
-                                             "d\uE000"
-                                             "e\u0378"
-                                             "f\u200Bg"),
-              (Words{"a", "b", "c", "d", "e", "f", "g"}));
-}
-
-TEST(WordsFromText, LongerOnesThan32CharactersAreLeftOut) {
-    const std::string longest(32, 'x');
-    EXPECT_EQ(ImportTextTools::wordsFromText(longest + " " + longest + "y (" + longest + ")"),
-              (Words{longest, longest}));
-    std::string accented;
+    EXPECT_EQ(ImportTextTools::wordsFromText(" \n--- ... \u2014 a\x02"
+                                             "b\u00AD"
+                                             "c\u0378"
+                                             "d"),
+              (Words{"a", "b", "c", "d"}));
+    // Of 32 characters at most, however many code points those have.
+    std::string longest;
     for (int i = 0; i < 32; ++i)
-        accented += "e\u0301\u0323";
-    EXPECT_EQ(ImportTextTools::wordsFromText(accented + " " + accented + "e"), Words{accented});
+        longest += "e\u0301\u0323";
+    EXPECT_EQ(ImportTextTools::wordsFromText(longest + " " + longest + "e (" + longest + ")"),
+              (Words{longest, longest}));
 }
 
 TEST(WordsFromText, AgreesWithASlowTwin) {
@@ -76,71 +70,46 @@ TEST(WordsFromText, AgreesWithASlowTwin) {
     }
 }
 
-TEST(CountWords, WordsOfTextAndOfRecognisedTextBothCount) {
-    ImportTextResult result;
-    result.text = {{"one two"}, {"two"}};
-    result.ocrText = {{"two"}, {"three"}};
-    EXPECT_EQ(ImportTextTools::countWords(result, false), (WordCounts{{"one", 1}, {"two", 2}}));
-    EXPECT_EQ(ImportTextTools::countWords(result, true), (WordCounts{{"one", 1}, {"two", 3}, {"three", 1}}));
-}
-
-TEST(AllText, PagesStandOnLinesOfTheirOwn) {
+TEST(ImportTextResult, WordsOfTextAndOfRecognisedTextBothCountAndPagesStandOnLinesOfTheirOwn) {
     ImportTextResult result;
     EXPECT_EQ(result.allText(true), std::nullopt);
-    result.text = {{"one"}, {"two\n"}};
-    result.ocrText = {{"three"}};
-    EXPECT_EQ(result.allText(false), "one\ntwo\n");
-    EXPECT_EQ(result.allText(true), "one\ntwo\nthree");
+    result.text = {{"one two"}, {"two\n"}};
+    result.ocrText = {{"two"}, {"three"}};
+    EXPECT_EQ(ImportTextTools::countWords(result, false).counts(), (WordCounts{{"one", 1}, {"two", 2}}));
+    EXPECT_EQ(ImportTextTools::countWords(result, true).counts(),
+              (WordCounts{{"one", 1}, {"two", 3}, {"three", 1}}));
+    EXPECT_EQ(result.allText(false), "one two\ntwo\n");
+    EXPECT_EQ(result.allText(true), "one two\ntwo\ntwo\nthree");
 }
 
-class ImportTableTest : public testing::Test {
-  protected:
-    DocumentFormat formatOf(const std::string& name, bool all = false, bool useOCR = false) const {
-        return tools_.formatOf("/nowhere/" + name, all, useOCR);
+using Table = std::map<DocumentFormat, std::string_view>;
+
+void expectFormats(const FileTypes& types, const Table& expected, bool all = false, bool useOCR = false) {
+    const ImportTextTools tools(types);
+    for (const auto& [format, names] : expected) {
+        for (const std::string_view name : text::splitAt(names, ' '))
+            EXPECT_EQ(tools.formatOf("/nowhere/" + std::string(name), all, useOCR), format) << name;
     }
-
-    FileTypes types_;
-    ImportTextTools tools_{types_};
-};
-
-TEST_F(ImportTableTest, TheNearestTypeWithAnImporterDecides) {
-    const std::vector<std::pair<std::string, DocumentFormat>> expected = {
-        {"a.txt", DocumentFormat::rawText},  {"a.PY", DocumentFormat::rawText},
-        {"a.csv", DocumentFormat::rawText},  {"a.xml", DocumentFormat::rawText},
-        {"a.json", DocumentFormat::rawText}, {"a.h", DocumentFormat::rawText},
-        {"a.tsx", DocumentFormat::rawText},  {"a.svg", DocumentFormat::rawText},
-        {"a.md", DocumentFormat::rawText},   {"a.html", DocumentFormat::html},
-        {"a.xhtml", DocumentFormat::html},   {"a.rtf", DocumentFormat::richText},
-        {"a.eml", DocumentFormat::mail},     {"a.emlx", DocumentFormat::appleMail},
-        {"a.pdf", DocumentFormat::pdf},      {"a.docx", DocumentFormat::package},
-        {"a.docm", DocumentFormat::package}, {"a.xlsx", DocumentFormat::package},
-        {"a.pptx", DocumentFormat::package}, {"a.odt", DocumentFormat::package},
-        {"a.ods", DocumentFormat::package},  {"a.odp", DocumentFormat::package},
-        {"a.epub", DocumentFormat::package}, {"a.doc", DocumentFormat::legacyWord},
-        {"a.zip", DocumentFormat::none},     {"a.mp3", DocumentFormat::none},
-        {"README", DocumentFormat::none},    {"a.webarchive", DocumentFormat::none},
-        {"a.png", DocumentFormat::none}};
-    for (const auto& [name, format] : expected)
-        EXPECT_EQ(formatOf(name), format) << name;
 }
 
-TEST_F(ImportTableTest, ImagesNeedRecognitionAndAllFilesAreText) {
-    for (const char* name : {"a.png", "a.jpg", "a.tif", "a.gif"}) {
-        EXPECT_EQ(formatOf(name, false, true), DocumentFormat::image) << name;
-        EXPECT_FALSE(tools_.canImportTextFrom(name, false)) << name;
-    }
-    EXPECT_EQ(formatOf("a.png", true), DocumentFormat::rawText);
-    EXPECT_EQ(formatOf("README", true), DocumentFormat::rawText);
-    EXPECT_EQ(formatOf("a.pdf", true), DocumentFormat::pdf);
-}
-
-TEST_F(ImportTableTest, WithoutTheDatabaseTheUsualDocumentsAreKnown) {
-    const FileTypes bare{std::vector<std::string>()};
-    const ImportTextTools tools(bare);
-    EXPECT_EQ(tools.formatOf("a.txt", false, false), DocumentFormat::rawText);
-    EXPECT_EQ(tools.formatOf("a.pdf", false, false), DocumentFormat::pdf);
-    EXPECT_EQ(tools.formatOf("a.docx", false, false), DocumentFormat::package);
-    EXPECT_EQ(tools.formatOf("a.html", false, false), DocumentFormat::html);
+TEST(ImportTable, TheNearestTypeWithAnImporterDecides) {
+    const FileTypes types;
+    expectFormats(types, {{DocumentFormat::rawText, "a.txt a.PY a.csv a.xml a.json a.h a.tsx a.svg a.md"},
+                          {DocumentFormat::html, "a.html a.xhtml"},
+                          {DocumentFormat::richText, "a.rtf"},
+                          {DocumentFormat::mail, "a.eml"},
+                          {DocumentFormat::appleMail, "a.emlx"},
+                          {DocumentFormat::pdf, "a.pdf"},
+                          {DocumentFormat::package, "a.docx a.docm a.xlsx a.pptx a.odt a.ods a.odp a.epub"},
+                          {DocumentFormat::legacyWord, "a.doc"},
+                          {DocumentFormat::none, "a.zip a.mp3 README a.webarchive a.png a.jpg"}});
+    expectFormats(types, {{DocumentFormat::image, "a.png a.jpg a.tif a.gif"}}, false, true);
+    expectFormats(types, {{DocumentFormat::rawText, "a.png README"}, {DocumentFormat::pdf, "a.pdf"}}, true);
+    // Without the database of types the usual documents are known.
+    expectFormats(FileTypes(std::vector<std::string>()), {{DocumentFormat::rawText, "a.txt"},
+                                                          {DocumentFormat::pdf, "a.pdf"},
+                                                          {DocumentFormat::package, "a.docx"},
+                                                          {DocumentFormat::html, "a.html"}});
 }
 
 TEST(PlainText, IsUtf8OrElseMacRoman) {
@@ -161,12 +130,11 @@ TEST(PlainText, IsUtf8OrElseMacRoman) {
 TEST(PlainText, AtALimitOnlyWholeCharactersAreKept) {
     const TemporaryFolder folder;
     const std::string path = folder.file("a.txt", "a\u00E9\U0001F600z");
-    const std::vector<std::string> expected = {"",        "a",       "a",       "a\u00E9",
-                                               "a\u00E9", "a\u00E9", "a\u00E9", "a\u00E9\U0001F600"};
+    const std::size_t expected[] = {0, 1, 1, 3, 3, 3, 3, 7};
     PlainText reader;
-    for (std::size_t length = 0; length < expected.size(); ++length) {
+    for (std::size_t length = 0; length < std::size(expected); ++length) {
         reader.read(path, length);
-        EXPECT_EQ(reader.text(), expected[length]) << length;
+        EXPECT_EQ(reader.text().size(), expected[length]) << length;
     }
 }
 

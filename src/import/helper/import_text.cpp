@@ -5,6 +5,7 @@
 
 #include "base/error.h"
 #include "import/import_failure.h"
+#include "import/import_text_tools.h"
 #include "platform/sandbox.h"
 
 namespace kestrix {
@@ -27,7 +28,7 @@ ImportReply failure(std::uint32_t number, const Error& error) {
 ImportReply answerOf(const ImportRequest& asked, const ImportTextResult& result) {
     ImportReply reply{.kind = ImportReply::Kind::words, .number = asked.number};
     if (asked.kind == ImportRequest::Kind::wordsInFile) {
-        reply.body = encodedWords(ImportTextTools::countWords(result, asked.useOCR));
+        reply.body = ImportTextTools::countWords(result, asked.useOCR).takeBytes();
         return reply;
     }
     auto text = result.allText(asked.useOCR);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 
 #include "base/text.h"
 
@@ -14,6 +15,9 @@ constexpr std::size_t kPieceBytes = std::size_t{256} << 10;
 constexpr std::size_t kDeepest = 200;
 // No name of an element that matters is longer.
 constexpr std::size_t kLongestName = 12;
+
+// A shorter one is not worth its mark.
+constexpr std::size_t kShortestStretch = 16;
 
 // From here on a cut may fall anywhere between two elements.
 constexpr std::size_t kLargestPiece = std::size_t{4} << 20;
@@ -67,7 +71,23 @@ std::size_t endTagAt(string_view page, std::size_t at, string_view name) {
     return page.size();
 }
 
+bool isBlank(char byte) {
+    return static_cast<unsigned char>(byte) <= ' ';
+}
+
+// Behind the `&` at `at` and what may belong to the name of a character.
+std::size_t behindReference(string_view page, std::size_t at) {
+    for (++at; at < page.size(); ++at) {
+        const char byte = page[at];
+        if (!isLetter(byte) && byte != '#' && (byte < '0' || byte > '9')) break;
+    }
+    return at < page.size() && page[at] == ';' ? at + 1 : at;
+}
+
 }  // namespace
+
+HtmlPieces::HtmlPieces(string_view page)
+    : page_(page), hasMarks_(page.find(kMark) == string_view::npos && page.find('\0') == string_view::npos) {}
 
 HtmlPieces::Tag HtmlPieces::readTag(std::size_t at) const {
     Tag tag;
@@ -92,6 +112,44 @@ std::size_t HtmlPieces::behindComment(std::size_t at) const {
 void HtmlPieces::copyTo(std::size_t end, std::string& piece) {
     piece.append(page_, at_, end - at_);
     at_ = end;
+}
+
+// The parser changes references to characters; white space at both ends can decide where a text belongs.
+void HtmlPieces::copyText(std::size_t end, std::string& piece) {
+    while (hasMarks_ && at_ < end) {
+        const std::size_t stop = std::min(end, page_.find('&', at_));
+        while (at_ < stop && isBlank(page_[at_]))
+            piece.push_back(page_[at_++]);
+        std::size_t last = stop;
+        while (last > at_ && isBlank(page_[last - 1]))
+            --last;
+        if (last - at_ >= kShortestStretch) {
+            putStretch(page_.substr(at_, last - at_), piece);
+            at_ = last;
+        }
+        copyTo(stop < end ? std::min(end, behindReference(page_, stop)) : end, piece);
+    }
+    copyTo(end, piece);
+}
+
+void HtmlPieces::putStretch(string_view stretch, std::string& piece) {
+    piece += kMark;
+    piece += std::to_string(stretches_.size());
+    piece += kMarkEnd;
+    stretches_.push_back(stretch);
+}
+
+// The stretch of the mark at an offset; the text goes on behind it. What a reference made is no mark.
+string_view HtmlPieces::stretchOf(string_view& text, std::size_t mark) const {
+    const string_view begun = text.substr(mark, kMark.size());
+    text.remove_prefix(mark + kMark.size());
+    std::size_t number = 0;
+    const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
+    const auto digits = static_cast<std::size_t>(read.ptr - text.data());
+    const bool isMark = digits > 0 && text.substr(digits).starts_with(kMarkEnd);
+    if (!isMark || number >= stretches_.size()) return begun;
+    text.remove_prefix(digits + kMarkEnd.size());
+    return stretches_[number];
 }
 
 void HtmlPieces::openElement(const Tag& tag, std::string& piece) {
@@ -135,10 +193,11 @@ bool HtmlPieces::mayCutBefore(const Tag& tag, const std::string& piece) const {
 bool HtmlPieces::next(std::string& piece) {
     if (at_ == page_.size()) return false;
     depth_ = 0;
+    stretches_.clear();
     piece = tables_ > 0 ? "<table>" : "";
     while (at_ < page_.size()) {
         const std::size_t tagAt = std::min(page_.find('<', at_), page_.size());
-        copyTo(tagAt, piece);
+        copyText(tagAt, piece);
         if (tagAt + 1 >= page_.size()) {
             copyTo(page_.size(), piece);
         } else if (page_[tagAt + 1] == '!' || page_[tagAt + 1] == '?') {

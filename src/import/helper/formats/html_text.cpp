@@ -58,7 +58,7 @@ const TagSet& ownBlanks() {
 // Walks one tree without recursion: how deep it is the page decides.
 class TreeReader {
   public:
-    explicit TreeReader(TextWriter& writer) : writer_(writer) {}
+    TreeReader(const HtmlPieces& pieces, TextWriter& writer) : pieces_(pieces), writer_(writer) {}
 
     void read(const GumboNode& root) {
         enter(root);
@@ -87,7 +87,9 @@ class TreeReader {
             open_.push_back({&element, 0});
         } else if (node.type == GUMBO_NODE_TEXT || node.type == GUMBO_NODE_CDATA ||
                    node.type == GUMBO_NODE_WHITESPACE) {
-            withOwnBlanks_ > 0 ? writer_.lines(node.v.text.text) : writer_.words(node.v.text.text);
+            pieces_.restore(node.v.text.text, [this](std::string_view text) {
+                withOwnBlanks_ > 0 ? writer_.lines(text) : writer_.words(text);
+            });
         }
     }
 
@@ -98,6 +100,7 @@ class TreeReader {
         open_.pop_back();
     }
 
+    const HtmlPieces& pieces_;
     TextWriter& writer_;
     std::vector<Open> open_;
     int withOwnBlanks_ = 0;
@@ -109,12 +112,12 @@ GumboOptions parserOptions() {
     return options;
 }
 
-void writePiece(TextWriter& writer, const std::string& piece) {
+void writePiece(TextWriter& writer, const HtmlPieces& pieces, const std::string& piece) {
     const GumboOptions options = parserOptions();
     const auto destroy = [&options](GumboOutput* output) { gumbo_destroy_output(&options, output); };
     const std::unique_ptr<GumboOutput, decltype(destroy)> output(
         gumbo_parse_with_options(&options, piece.data(), piece.size()), destroy);
-    TreeReader(writer).read(*output->root);
+    TreeReader(pieces, writer).read(*output->root);
 }
 
 }  // namespace
@@ -122,7 +125,7 @@ void writePiece(TextWriter& writer, const std::string& piece) {
 void writeHtml(TextWriter& writer, std::string_view utf8, const std::function<void(int percent)>& onPiece) {
     HtmlPieces pieces(utf8);
     for (std::string piece; !writer.isFull() && pieces.next(piece);) {
-        writePiece(writer, piece);
+        writePiece(writer, pieces, piece);
         if (onPiece) onPiece(pieces.percent());
     }
     writer.lineBreak();

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "base/text.h"
+#include "base/text_charset.h"
 #include "import/helper/formats/charset.h"
 #include "import/helper/formats/document.h"
 #include "import/helper/formats/formats.h"
@@ -121,6 +122,11 @@ class MailReader {
     const std::function<void()>& onPart_;
 };
 
+bool isMail(string_view message) {
+    std::size_t offset = 0;
+    return !readFields(message, offset).empty();
+}
+
 ImportTextResult mailText(const ImportJob& job, string_view message) {
     TextWriter writer(job.maxLength);
     writeMail(writer, message, [&job] { failIfCancelled(job); });
@@ -150,9 +156,15 @@ ImportTextResult importMail(const ImportJob& job) {
                         [&](const std::string& bytes) { return mailText(job, bytes); });
 }
 
+// Nothing but its name makes a file one of these, so one without a message is taken for the text it is.
 ImportTextResult importAppleMail(const ImportJob& job) {
-    return withDocument(job, kLargestDocument / 2,
-                        [&](const std::string& bytes) { return mailText(job, messageInEnvelope(bytes)); });
+    return withDocument(job, kLargestDocument / 2, [&](const std::string& bytes) {
+        const string_view message = messageInEnvelope(bytes);
+        if (isMail(message)) return mailText(job, message);
+        TextWriter writer(job.maxLength);
+        writer.lines(text::isValidUtf8(bytes) ? bytes : text::decodedFromMacRoman(bytes));
+        return onePage(writer.take());
+    });
 }
 
 }  // namespace kestrix

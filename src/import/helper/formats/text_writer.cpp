@@ -1,6 +1,7 @@
 #include "import/helper/formats/text_writer.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 #include "base/text.h"
@@ -35,12 +36,19 @@ std::size_t wideBlankAt(std::string_view text, std::size_t at) {
 }
 
 // Only these bytes begin one of the characters above.
-bool mayBeSpecial(char byte) {
+constexpr bool mayBeSpecial(char byte) {
     return byte == '\xC2' || byte == '\xE2' || byte == '\xE3' || byte == '\xEF';
 }
 
+constexpr std::array<bool, 256> kPlain = [] {
+    std::array<bool, 256> plain{};
+    for (std::size_t byte = ' ' + 1; byte < plain.size(); ++byte)
+        plain[byte] = byte != 0x7F && !mayBeSpecial(static_cast<char>(byte));
+    return plain;
+}();
+
 bool isPlain(char byte) {
-    return static_cast<unsigned char>(byte) > ' ' && byte != 0x7F && !mayBeSpecial(byte);
+    return kPlain[static_cast<unsigned char>(byte)];
 }
 
 std::size_t characterSize(char lead) {
@@ -70,11 +78,13 @@ void TextWriter::put(std::string_view piece) {
     text_ += piece;
 }
 
+// Words with one blank between each two go as one piece.
 void TextWriter::words(std::string_view utf8) {
     for (std::size_t at = 0; at < utf8.size();) {
         const std::size_t start = at;
         while (at < utf8.size() && isPlain(utf8[at])) {
             ++at;
+            if (at + 1 < utf8.size() && utf8[at] == ' ' && isPlain(utf8[at + 1])) ++at;
         }
         if (at > start) put(utf8.substr(start, at - start));
         if (at == utf8.size()) return;
