@@ -122,7 +122,9 @@ void useAll(SimpleLMDB& db) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string bytes = withChanges({reinterpret_cast<const char*>(data), size});
-    if (kestrix::faultOfPages(bytes)) return 0;
+    const bool isRefused = kestrix::faultOfPages(bytes).has_value();
+    if (kestrix::faultOfPages(bytes, 0).has_value() != isRefused) std::abort();  // looked at by two threads
+    if (isRefused) return 0;
     std::filesystem::remove(file());
     kestrix::appendToFile(file(), bytes);
     try {

@@ -58,7 +58,15 @@ CatalogFolders::Folder CatalogFolders::childOf(const Folder& parent, std::string
     return child;
 }
 
+// Items come by folder mostly, so the last answer is often the next.
 const CatalogFolders::Folder& CatalogFolders::folder(FSItemID id, const SimpleLMDB::Snapshot& snapshot) {
+    if (last_ && id == lastID_) return *last_;
+    lastID_ = id;
+    last_ = &find(id, snapshot);
+    return *last_;
+}
+
+const CatalogFolders::Folder& CatalogFolders::find(FSItemID id, const SimpleLMDB::Snapshot& snapshot) {
     if (knownBytes_ > kMostBytes) {
         known_.clear();
         knownBytes_ = 0;

@@ -4,6 +4,7 @@
 #include <deque>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -36,6 +37,7 @@ class CatalogFolders {
     const Folder& folder(FSItemID id, const SimpleLMDB::Snapshot& snapshot);
 
   private:
+    const Folder& find(FSItemID id, const SimpleLMDB::Snapshot& snapshot);
     Folder childOf(const Folder& parent, std::string_view name) const;
     const EntryRules* placeAt(std::string_view path) const;
     Folder targetFolder(const std::string& target) const;
@@ -45,7 +47,9 @@ class CatalogFolders {
     Folder target_;
     std::unordered_map<FSItemID, Folder> known_;
     std::size_t knownBytes_ = 0;
-    std::vector<std::pair<FSItemID, std::string>> way_;  // scratch
+    FSItemID lastID_ = kNoParent;
+    const Folder* last_ = nullptr;                            // what was answered for it
+    std::vector<std::pair<FSItemID, std::string_view>> way_;  // scratch, views into the snapshot
 };
 
 }  // namespace kestrix

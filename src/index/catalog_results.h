@@ -24,8 +24,8 @@ inline SearchResult fsItemToSearchResult(const FSItemView& item, const std::stri
     result.path.append(item.name);
     result.isDirectory = item.type == FSItemType::directory;
     result.size = sizeOf(item);
-    result.modDate = storedDateTo1970(item.modificationDate);
-    result.creationDate = storedDateTo1970(item.creationDate);
+    result.modDate = modDateOf(item);
+    result.creationDate = creationDateOf(item);
     result.strikeThroughDisplayNameIfMissing = isMounted;
     return result;
 }

@@ -67,14 +67,11 @@ ContentIndex::ContentIndex(Places places, const ContentIndexEnvironment& environ
       localDBFile_(std::move(places.localDBFile)),
       targetURL_(tidied(std::move(places.targetURL))),
       remoteDBFile_(std::move(places.remoteDBFile)) {
-    const auto tag = moreInfo ? cachingUpdatesTagOf(moreInfo->updatesEvery) : std::nullopt;
-    updatesEvery_.set(tag.value_or(CachingUpdatesTag::defaultTiming));
-    if (moreInfo && !moreInfo->displayName.empty()) {
-        displayName_.set(moreInfo->displayName);
-    } else if (const auto target = targetURL_.get()) {
-        displayName_.set(suggestedCatalogName(*target, environment_.disks));
-    } else {
-        displayName_.set(nameWithoutExtension(remoteDBFile_.get().value_or(localDBFile_)));
+    if (moreInfo) takeOver(*moreInfo);
+    if (displayName_.get().empty()) {
+        const auto target = targetURL_.get();
+        displayName_.set(target ? suggestedCatalogName(*target, environment_.disks)
+                                : nameWithoutExtension(remoteDBFile_.get().value_or(localDBFile_)));
     }
     loadDocumentInfo();
 }
@@ -92,13 +89,18 @@ SavedIndexInfo ContentIndex::savedInfo() const {
     SavedIndexInfo info;
     info.displayName = displayName();
     info.localDBFilePath = localDBFile_;
-    info.updatesEvery = static_cast<std::int64_t>(updatesEvery());
+    info.updatesEvery = updatesEvery_;
     info.indexMode = documentInfo().lastIndexMode;
     info.targetURL = targetURL();
     info.targetBookmark = info.targetURL;
     info.remoteDBBookmark = remoteDBFile();
     info.uuidString = id_.text();
     return info;
+}
+
+void ContentIndex::takeOver(const SavedIndexInfo& info) {
+    if (!info.displayName.empty()) displayName_.set(info.displayName);
+    updatesEvery_ = info.updatesEvery;
 }
 
 // An empty mount point is a folder like any other, so the disk's key has to agree as well.

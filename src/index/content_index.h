@@ -35,8 +35,9 @@ class ContentIndex;
 // How a build ended.
 struct BuildOutcome {
     bool canceled = false;
-    std::int64_t files = 0;              // seen
-    std::int64_t written = 0;            // items new or changed
+    std::int64_t files = 0;    // seen
+    std::int64_t written = 0;  // items new or changed
+    std::int64_t unreadableFolders = 0;
     std::int64_t failedDocuments = 0;    // whose words could not be read, told for the first time
     std::optional<std::string> fault{};  // what ended it early
 };
@@ -57,6 +58,8 @@ struct ContentIndexEnvironment {
     std::function<void(const ContentIndex&, const BuildOutcome&)> refreshed{};
     std::size_t mapSize = SimpleLMDB::Options().mapSize;
     ImportTextToolsXPC* import = nullptr;  // none: no words are indexed, whatever the mode
+    // Once true, every build ends at once, also one that was asked for before and has not begun yet.
+    std::atomic<bool> buildsEnd = false;
 };
 
 // Threads: every operation may be called from any thread, and a search may run while a build does; one build
@@ -86,10 +89,14 @@ class ContentIndex : public CacheVC_IndexInterface, public std::enable_shared_fr
     const std::string& localDBFile() const { return localDBFile_; }
     std::optional<std::string> remoteDBFile() const { return remoteDBFile_.get(); }
     DocumentInfo documentInfo() const { return documentInfo_.get(); }
-    CachingUpdatesTag updatesEvery() const { return updatesEvery_.get(); }
-    void setUpdatesEvery(CachingUpdatesTag tag) { updatesEvery_.set(tag); }
+    CachingUpdatesTag updatesEvery() const {
+        return cachingUpdatesTagOf(updatesEvery_).value_or(CachingUpdatesTag::defaultTiming);
+    }
+    void setUpdatesEvery(CachingUpdatesTag tag) { updatesEvery_ = static_cast<std::int64_t>(tag); }
     ContentIndexLMDBState state() const { return state_; }
     SavedIndexInfo savedInfo() const;
+    // What another process has changed in the list.
+    void takeOver(const SavedIndexInfo& info);
 
     // The target is there, and on the disk it was catalogued from.
     bool isTargetMounted() const;
@@ -134,7 +141,8 @@ class ContentIndex : public CacheVC_IndexInterface, public std::enable_shared_fr
     bool scheduleRefreshIfNeeded();
     // A build of the target if it is mounted, and then the manager's next one. Failures are told, not thrown.
     BuildOutcome refresh(bool userInitiated);
-    void setShouldDoATimedRefresh(bool should) { shouldDoATimedRefresh_ = should; }
+    // Queued by the manager: meanwhile no other refresh is started.
+    void setShouldDoATimedRefresh(bool should);
 
     // Whole-file: the newer of the two copies replaces the other, written beside it, synced and renamed. A
     // remote copy changed in the last 120 seconds is left alone unless `alwaysSync`. True if something was
@@ -144,6 +152,7 @@ class ContentIndex : public CacheVC_IndexInterface, public std::enable_shared_fr
   private:
     friend class CatalogBuild;
 
+    std::optional<CachingUpdatesTag> intervalTag() const;
     bool isDue(CachingUpdatesTag tag);
     // Brings the remote copy back over the local one, whatever their dates; with no remote copy there the
     // local one stays. Failures are told.
@@ -158,10 +167,9 @@ class ContentIndex : public CacheVC_IndexInterface, public std::enable_shared_fr
     Locked<std::optional<std::string>> targetURL_;
     Locked<std::optional<std::string>> remoteDBFile_;
     Locked<DocumentInfo> documentInfo_;
-    Locked<CachingUpdatesTag> updatesEvery_;
+    std::atomic<std::int64_t> updatesEvery_ = 0;  // raw, as the list has it
     std::atomic<ContentIndexLMDBState> state_ = ContentIndexLMDBState::none;
     std::atomic<bool> shouldCancel_ = false;
-    std::atomic<bool> shouldDoATimedRefresh_ = false;
     std::atomic<bool> hasBeenUpdated_ = false;
 
     mutable std::mutex openLock_;  // guards the next two

@@ -126,6 +126,7 @@ void ContentIndexManager::State::load() {
                                              [](const Entry& entry) { return identityOf(entry.info); });
         Entry entry{std::move(info), nullptr, {}};
         if (known != entries.end()) entry.index = std::move(known->index);
+        if (entry.index) entry.index->takeOver(entry.info);
         fresh.push_back(std::move(entry));
     }
     if (environment.preferences.hasStoredValue("SavedIndexInfo")) {
@@ -373,14 +374,19 @@ std::shared_ptr<ContentIndex> ContentIndexManager::addExistingIndex(const std::s
 }
 
 void ContentIndexManager::remove(const Entry& entry) {
-    if (entry.index) {
-        const ContentIndex::Session session(*entry.index);
-        if (!entry.index->db().beginBuilding())
+    const std::string& file = entry.info.localDBFilePath;
+    const bool isOurs = path::parent(file) == state_->environment.folder;
+    std::unique_ptr<FileRangesLock> buildersOut;
+    if (entry.index && isOurs) {
+        buildersOut = SimpleLMDB::keepBuildersOut(file);
+        if (!buildersOut)
             throw refusal("the catalog \"" + entry.info.displayName +
                           "\" is being updated; remove it when that has ended");
     }
-    removeFile(entry.info.localDBFilePath);
-    removeFile(FailedFiles::fileOf(entry.info.localDBFilePath));
+    if (isOurs) {
+        removeFile(file);
+        removeFile(FailedFiles::fileOf(file));
+    }
     {
         std::lock_guard hold(state_->mutex);
         std::erase_if(state_->list(), [&entry](const Entry& other) {
@@ -457,6 +463,7 @@ void ContentIndexManager::scheduleRefreshes() {
 }
 
 void ContentIndexManager::cancelAll() {
+    state_->forCatalogs.buildsEnd = true;
     state_->timed->stop();
     state_->refreshes.cancelAllOperations();
     std::lock_guard hold(state_->mutex);

@@ -77,7 +77,8 @@ class ContentIndexManager {
                                       const std::optional<std::string>& remoteDBFile);
     // Enters an existing catalog file, where it lies. Throws Error if it cannot be read.
     std::shared_ptr<ContentIndex> addExistingIndex(const std::string& dbfile);
-    // Takes it out of the list and deletes its local file. The mirror stays. Throws Error.
+    // Takes it out of the list and deletes its file, if it lies in the manager's folder: one that was taken
+    // in from elsewhere is its owner's, and may be the mirror of another list. A mirror stays. Throws Error.
     void remove(const Entry& entry);
     // Gives a catalog that cannot be used a new, empty file. `keptAs`: where the old one, if there is one,
     // was moved to. Throws Error.

@@ -14,8 +14,9 @@ namespace kestrix {
 
 class ContentSearch;
 
-// What a pass over a catalog tells. It ends early when `shouldStop` answers true; `examined` is told how many
-// items each stretch had.
+// What a pass over a catalog tells. It ends early when `shouldStop` answers true, which any of its threads
+// may ask; `examined` is told how many items each stretch had. The other two are called by any of its
+// threads, but one call at a time.
 struct NameScanCalls {
     std::function<bool()> shouldStop;
     std::function<void(std::vector<SearchResult>)> results;
@@ -54,8 +55,8 @@ class ContentIndexSearch : public SearchDataSource {
 };
 
 // Scans the names of one open catalog. Handed over are the items that a walk of the query's location would
-// hand over if it met what the catalog holds, as records of the catalog; `examined` is told how many items
-// each stretch had. Ends early when `shouldStop` answers true. Throws LMDBError.
+// hand over if it met what the catalog holds, as records of the catalog, in the order of their keys. Throws
+// LMDBError.
 void searchForFSItemNames(ContentIndex& index, const QueryContainer& query, bool invisibleItems,
                           const NameScanCalls& calls);
 

@@ -47,8 +47,7 @@ class HitResults {
         const auto record = snapshot.get(itemKey(hit.document));
         const auto item = record ? decodeFSItem(*record) : std::nullopt;
         if (!item || item->type != FSItemType::file || !entries_.takesName(item->name)) return;
-        if (entries_.isRuledOut(sizeOf(*item), storedDateTo1970(item->modificationDate),
-                                storedDateTo1970(item->creationDate))) {
+        if (entries_.isRuledOut(sizeOf(*item), modDateOf(*item), creationDateOf(*item))) {
             return;
         }
         const CatalogFolders::Folder& folder = folders_.folder(item->parentID, snapshot);
@@ -56,6 +55,7 @@ class HitResults {
         SearchResult result = fsItemToSearchResult(*item, folder.path, isMounted_);
         result.contentSearchResultsRank = hit.rank;
         result.tryCollectSummaryLines = true;
+        result.checkToSeeIfItExists = isMounted_;
         if (!hit.isCertain && isMounted_) result.searchResultSuppliedBy = SearchResultSupplier::none;
         results.push_back(std::move(result));
     }

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <limits>
 #include <numeric>
@@ -23,6 +24,12 @@ constexpr std::uint8_t kVersion = 1;
 
 [[noreturn]] void refuse(FSItemID id, std::string_view why) {
     throw Error("Catalog", 0, fmt::format("item {} cannot be stored: {}", id, why));
+}
+
+// Made for every item that is read or written, so without the detours of a format.
+std::string keyOf(char family, FSItemID id) {
+    std::array<char, 1 + std::numeric_limits<FSItemID>::digits10 + 1> key{family};
+    return {key.data(), std::to_chars(key.data() + 1, key.data() + key.size(), id).ptr};
 }
 
 bool fitsInt32(std::int64_t seconds) {
@@ -90,8 +97,8 @@ std::optional<FSItemView> decodeFSItem(std::string_view record) {
 std::string_view nameInFSItem(std::string_view record) {
     std::size_t at = kNameLengthAt;
     const auto length = safeValueAndIncrement<std::uint16_t>(record, at);
-    if (!length) return {};
-    return subdata_safe(record, at, at + *length).value_or(std::string_view());
+    if (!length || *length > record.size() - at) return {};
+    return record.substr(at, *length);
 }
 
 double secondsSince2001(WallTime time) {
@@ -100,27 +107,34 @@ double secondsSince2001(WallTime time) {
 }
 
 std::int32_t dateToInt32(const Timestamp& date) {
-    if (date == Timestamp{}) return 0;
     const std::int64_t seconds = date.seconds - kSecondsFrom1970To2001;
     return fitsInt32(seconds) ? static_cast<std::int32_t>(seconds) : 0;
 }
 
+std::int32_t creationDateToInt32(const Timestamp& date) {
+    return date == Timestamp{} ? 0 : dateToInt32(date);
+}
+
 bool differsFromStored(const Timestamp& onDisk, std::int32_t stored) {
-    if (onDisk == Timestamp{}) return stored != 0;
     const std::int64_t roundedDown = onDisk.seconds - kSecondsFrom1970To2001;
     return roundedDown + (roundedDown < 0 && onDisk.nanoseconds > 0 ? 1 : 0) != stored;
 }
 
-std::int64_t storedDateTo1970(std::int32_t stored) {
-    return stored == 0 ? 0 : stored + kSecondsFrom1970To2001;
+std::int64_t creationDateOf(const FSItemView& item) {
+    return item.creationDate == 0 ? 0 : item.creationDate + kSecondsFrom1970To2001;
+}
+
+std::int64_t modDateOf(const FSItemView& item) {
+    const bool isKnown = item.type == FSItemType::file || item.modificationDate != 0;
+    return isKnown ? item.modificationDate + kSecondsFrom1970To2001 : 0;
 }
 
 std::string itemKey(FSItemID id) {
-    return fmt::format("F{}", id);
+    return keyOf('F', id);
 }
 
 std::string childrenKey(FSItemID id) {
-    return fmt::format("C{}", id);
+    return keyOf('C', id);
 }
 
 std::optional<FSItemID> idInKey(std::string_view key) {

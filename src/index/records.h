@@ -92,13 +92,17 @@ std::string_view nameInFSItem(std::string_view record);
 
 // Seconds since 2001, as DocumentInfo keeps them.
 double secondsSince2001(WallTime time);
-// Seconds since 2001, rounded down; 0 for a date that is not known or does not fit.
+// Seconds since 2001, rounded down; 0 for a date that does not fit.
 std::int32_t dateToInt32(const Timestamp& date);
+// The same; 0 also where the file system keeps no such dates.
+std::int32_t creationDateToInt32(const Timestamp& date);
 // Whether a file with this date on disk differs from the stored date. The date on disk is cut towards zero
 // while the stored one was rounded down, so fractions before 2001 count as changed at every update.
 bool differsFromStored(const Timestamp& onDisk, std::int32_t stored);
-// Seconds since 1970; 0 stays 0, not known.
-std::int64_t storedDateTo1970(std::int32_t stored);
+// Seconds since 1970. A creation date of 0 stays 0, not known, as a walk tells it; a file always has a date
+// of modification, and 0 is the first second of 2001.
+std::int64_t creationDateOf(const FSItemView& item);
+std::int64_t modDateOf(const FSItemView& item);
 
 // "F12", "C0".
 std::string itemKey(FSItemID id);

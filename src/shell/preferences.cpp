@@ -15,8 +15,8 @@ using Json = nlohmann::json;
 
 constexpr const char* kLastBuildNumber = "lastBuildNumber";
 
-// The misspelling of "nettworkDiskCachingOnly" is the name under which it is stored. 500 is none of the
-// intervals that "updateCachesEvery" can name: a fresh installation refreshes no catalog by itself.
+// The misspelling of "nettworkDiskCachingOnly" is the name under which it is stored. The default of
+// "updateCachesEvery" is only shown: a fresh installation refreshes no catalog by itself.
 std::map<std::string, Json> applicationDefaults() {
     return {
         {"hasLaunchedBefore", false},

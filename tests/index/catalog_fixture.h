@@ -1,22 +1,17 @@
 // A folder tree, catalogs of it, and the whole of a catalog as one value to compare.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <filesystem>
 #include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "base/main_queue.h"
 #include "index/build/catalog_build.h"
 #include "index/content_index.h"
 #include "index/verify.h"
 #include "shell/activity.h"
-#include "shell/preferences.h"
-#include "tests/files/fake_mount_table.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/index/index_fixture.h"
 
 namespace kestrix {
 
@@ -37,10 +32,8 @@ class TickingClock : public ManualClock {
     std::function<void()> onTick{};
 };
 
-class CatalogTest : public ::testing::Test {
+class CatalogTest : public IndexTest {
   protected:
-    CatalogTest() { mounts.mount("/", "ext4", "/dev/kx-sda1"); }
-
     std::shared_ptr<ContentIndex> makeIndex(std::optional<std::string> remote = {}) {
         return std::make_shared<ContentIndex>(ContentIndex::Places{file, target, std::move(remote)},
                                               environment);
@@ -49,6 +42,19 @@ class CatalogTest : public ::testing::Test {
                                                     ContentIndexMode mode = ContentIndexMode::off) {
         return CatalogBuild(index, {.group = GroupWriter::Bounds{.mostItems = mostItems}})
             .run({*index.targetURL()}, false, mode);
+    }
+
+    // Some folders deep and wide, with files between them.
+    void makeTree(int folders = 12, int files = 2) const {
+        for (int i = 0; i < folders; ++i) {
+            const std::string number = std::to_string(i);
+            const std::string place = "tree/d" + std::to_string(i % 5) + "/e" + std::to_string(i % 3);
+            for (int k = 0; k < files; ++k)
+                folder.file(place + (k % 2 ? "/deep/g" : "/f") + number + "." + std::to_string(k),
+                            std::string(i, 'x'));
+            folder.file("tree/top" + number);
+        }
+        folder.folder("tree/empty");
     }
 
     struct Entry {
@@ -102,18 +108,15 @@ class CatalogTest : public ::testing::Test {
     }
 
     std::vector<std::string> faults() const { return faultsOfCatalog(file); }
+    void expectSame(ContentIndex& index, const Contents& expected) const {
+        const ContentIndex::Session session(index);
+        EXPECT_EQ(contentsOf(index), expected);
+        EXPECT_EQ(faults(), std::vector<std::string>());
+    }
 
-    TemporaryFolder folder;
     const std::string target = folder.folder("tree");
     const std::string file = folder.path("tree.kxcache");
-    FakeMountTable mounts;
     TickingClock clock;
-    ManualClock queueClock;
-    RunLoop queue{queueClock};
-    NotificationCenter notifications{queue};
-    SettingsStore store{folder.path("settings.json")};
-    Preferences preferences{store};
-    DiskInfoManager disks{mounts, queue};
     ActivityController activities{queue, notifications, queueClock};
     ContentIndexEnvironment environment{preferences, disks, clock, &activities};
 };

@@ -13,30 +13,20 @@ class ContentIndexTest : public ManagedCatalogTest {
 };
 
 TEST_F(ContentIndexTest, PathsAndIdentifiersLeadToEachOther) {
-    write(*index, {directory(1, 0, "a"), directory(2, 1, "b"), item(3, 2, "c.txt"), item(9, 8, "orphan")});
+    write(*index,
+          {directory(1, 0, "a"), directory(2, 1, "b"), item(3, 2, "c.txt"), item(4, 0, "same"),
+           item(7, 0, "same"), item(9, 8, "orphan"), directory(10, 11, "ring"), directory(11, 10, "ring")});
     EXPECT_EQ(index->pathFor(3), std::nullopt) << "the file is not open";
     const ContentIndex::Session session(*index);
     EXPECT_EQ(index->pathFor(3), target + "/a/b/c.txt");
     EXPECT_EQ(index->pathFor(9), target + "/orphan") << "a missing parent cuts the path short";
+    EXPECT_TRUE(index->pathFor(10)) << "a circle ends";
     EXPECT_EQ(index->findID(target + "/a/b/c.txt"), 3u);
     EXPECT_EQ(index->findID(target), 0u);
     EXPECT_EQ(index->findID(target + "/a/x"), std::nullopt);
     EXPECT_EQ(index->findID(target + "x/a"), std::nullopt);
-}
-
-TEST_F(ContentIndexTest, ParentsThatRunInACircleEnd) {
-    write(*index, {directory(1, 2, "a"), directory(2, 1, "b")});
-    const ContentIndex::Session session(*index);
-    EXPECT_TRUE(index->pathFor(1));
-}
-
-TEST_F(ContentIndexTest, OfTwoChildrenWithOneNameTheFirstCounts) {
-    write(*index, {item(4, 0, "same"), item(7, 0, "same"), item(8, 0, "other")});
-    const ContentIndex::Session session(*index);
-    const auto children = index->loadFolderContents(0);
-    ASSERT_EQ(children->size(), 2u);
-    EXPECT_EQ(children->at("same").fsid, 4u);
-    EXPECT_EQ(index->loadChildIds(0), (std::vector<FSItemID>{4, 7, 8}));
+    EXPECT_EQ(index->findID(target + "/same"), 4u) << "of two with one name the first counts";
+    EXPECT_EQ(index->loadChildIds(0), (std::vector<FSItemID>{1, 4, 7}));
 }
 
 // A record written behind the cache's back shows which folders are read again.
@@ -44,16 +34,9 @@ TEST_F(ContentIndexTest, SixtyFourFoldersAreRememberedUntilTheFileIsClosed) {
     const ContentIndex::Session session(*index);
     for (FSItemID id = 1; id <= 65; ++id)
         EXPECT_TRUE(index->loadFolderContents(id)->empty());
-    const auto writeInto = [this](FSItemID parent) {
-        const std::string key = childrenKey(parent), list = packChildList({500});
-        const SimpleLMDB::Write write{key, list};
-        index->db().write({&write, 1});
-    };
-    const std::string key = itemKey(500), record = item(500, 64, "new").asData();
-    const SimpleLMDB::Write write{key, record};
-    index->db().write({&write, 1});
-    writeInto(64);
-    writeInto(65);
+    index->db().put(std::vector<ValueGroupKey>{{item(500, 64, "new").asData(), "", itemKey(500)},
+                                               {packChildList({500}), "", childrenKey(64)},
+                                               {packChildList({500}), "", childrenKey(65)}});
     EXPECT_EQ(index->loadFolderContents(64)->size(), 0u);
     EXPECT_EQ(index->loadFolderContents(65)->size(), 1u);
     index->open();

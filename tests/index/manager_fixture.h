@@ -1,8 +1,5 @@
-// What the tests of catalogs share: an application's services over a folder of their own, and catalogs that a
-// test writes record by record.
+// The list of catalogs, and catalogs that a test writes record by record.
 #pragma once
-
-#include <gtest/gtest.h>
 
 #include <memory>
 #include <string>
@@ -11,16 +8,12 @@
 #include "index/content_index_manager.h"
 #include "language/language_parse.h"
 #include "language/query_container.h"
-#include "shell/preferences.h"
-#include "tests/files/fake_mount_table.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/index/index_fixture.h"
 
 namespace kestrix {
 
-class ManagedCatalogTest : public ::testing::Test {
+class ManagedCatalogTest : public IndexTest {
   protected:
-    ManagedCatalogTest() { mounts.mount("/", "ext4", "/dev/sda1"); }
-
     // A second one stands for another process.
     std::unique_ptr<ContentIndexManager> makeManager(Preferences& settings) {
         return std::make_unique<ContentIndexManager>(ContentIndexManager::Environment{
@@ -30,17 +23,14 @@ class ManagedCatalogTest : public ::testing::Test {
     static void write(ContentIndex& index, const std::vector<FSItem>& items) {
         const ContentIndex::Session session(index);
         std::map<FSItemID, std::vector<FSItemID>> children;
+        std::vector<ValueGroupKey> values;
         for (const FSItem& item : items) {
-            const std::string key = itemKey(item.fsid), record = item.asData();
-            const SimpleLMDB::Write write{key, record};
-            index.db().write({&write, 1});
+            values.push_back({item.asData(), "", itemKey(item.fsid)});
             children[item.parentID].push_back(item.fsid);
         }
-        for (const auto& [parent, ids] : children) {
-            const std::string key = childrenKey(parent), list = packChildList(ids);
-            const SimpleLMDB::Write write{key, list};
-            index.db().write({&write, 1});
-        }
+        for (const auto& [parent, ids] : children)
+            values.push_back({packChildList(ids), "", childrenKey(parent)});
+        index.db().put(values);
     }
 
     static FSItem item(FSItemID id, FSItemID parent, std::string name, FSItemType type = FSItemType::file) {
@@ -55,14 +45,8 @@ class ManagedCatalogTest : public ::testing::Test {
         return item(id, parent, std::move(name), FSItemType::directory);
     }
 
-    TemporaryFolder folder;
-    SettingsStore store{folder.path("settings.json")};
-    Preferences preferences{store};
-    ManualClock clock;
-    RunLoop loop{clock};
-    NotificationCenter notifications{loop};
-    FakeMountTable mounts;
-    DiskInfoManager disks{mounts, loop};
+    ManualClock& clock = queueClock;
+    RunLoop& loop = queue;
     std::unique_ptr<ContentIndexManager> manager = makeManager(preferences);
 };
 

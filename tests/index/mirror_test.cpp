@@ -64,14 +64,9 @@ TEST_F(MirrorTest, TheNewerCopyWins) {
     }
 }
 
-TEST_F(MirrorTest, ABuildCarriesItsFileOver) {
-    EXPECT_EQ(itemsOf(remote), std::vector<std::string>{"one"});
+TEST_F(MirrorTest, ABuildCarriesItsFileOverAndItComesBack) {
     EXPECT_TRUE(datesAreEqual());
     EXPECT_FALSE(index->mirrorIfNeeded(true));
-    EXPECT_EQ(faultsOfCatalog(remote), Faults());
-}
-
-TEST_F(MirrorTest, TheRemoteCopyComesBack) {
     folder.file("tree/two");
     index->build({target}, false, ContentIndexMode::off);  // the remote copy is too young to be replaced
     EXPECT_EQ(itemsOf(remote).size(), 1U);
@@ -135,11 +130,8 @@ TEST_F(MirrorTest, KilledHalfWayTheGoodCopyStaysAndTheRestGoes) {
     EXPECT_TRUE(index->mirrorIfNeeded(false));
     EXPECT_EQ(faultsOfCatalog(remote), Faults());
     EXPECT_EQ(std::distance(fs::directory_iterator(folder.path("remote")), {}), 1);
-}
-
-TEST_F(MirrorTest, ADiskThatIsAwayIsNoFailureUnlessAskedFor) {
     fs::remove_all(folder.path("remote"));
-    EXPECT_FALSE(index->mirrorIfNeeded(false));
+    EXPECT_FALSE(index->mirrorIfNeeded(false)) << "a disk that is away is no failure";
     EXPECT_FALSE(fs::exists(folder.path("remote")));
 }
 

@@ -51,17 +51,12 @@ TEST(FSItem, everyCutIsNoItemOrAnOldOne) {
 }
 
 TEST(FSItem, damagedBytesAreNoItem) {
-    const std::string whole = someItem().asData();
-    const auto decodesWith = [&](std::size_t at, char byte) {
-        std::string changed = whole;
+    const std::pair<std::size_t, char> spoils[] = {{8, 2}, {17, 0}, {18, 1}, {19, '.'}};
+    for (const auto& [at, byte] : spoils) {  // the type, no name, one beyond the end, not UTF-8
+        std::string changed = someItem().asData();
         changed[at] = byte;
-        return decodeFSItem(changed).has_value();
-    };
-    EXPECT_FALSE(decodesWith(8, 2));     // type
-    EXPECT_FALSE(decodesWith(17, 0));    // no name
-    EXPECT_FALSE(decodesWith(18, 1));    // a name beyond the end
-    EXPECT_FALSE(decodesWith(19, '.'));  // not UTF-8
-    EXPECT_TRUE(decodesWith(13, 7));
+        EXPECT_FALSE(decodeFSItem(changed)) << at;
+    }
     EXPECT_FALSE(decodeFSItem(std::string("\1\0\0\0", 4)));
 }
 
@@ -83,14 +78,17 @@ TEST(StoredDates, areSecondsSince2001RoundedDown) {
     EXPECT_EQ(dateToInt32({epoch + INT32_MAX, 0}), INT32_MAX);
     EXPECT_EQ(dateToInt32({epoch + INT32_MAX + 1, 0}), 0);
     EXPECT_EQ(dateToInt32({epoch + INT32_MIN - 1LL, 0}), 0);
-    EXPECT_EQ(dateToInt32({}), 0);
+    EXPECT_EQ(dateToInt32({}), -epoch) << "a file's date may be 1970";
+    EXPECT_EQ(creationDateToInt32({}), 0);
     EXPECT_FALSE(differsFromStored({epoch + 5, 999'999'999}, 5));
     EXPECT_FALSE(differsFromStored({epoch - 2, 0}, -2));
     EXPECT_TRUE(differsFromStored({epoch - 2, 500'000'000}, -2));
     EXPECT_TRUE(differsFromStored({epoch + INT32_MAX + 1LL, 0}, 0));
-    EXPECT_FALSE(differsFromStored({}, 0));
-    EXPECT_EQ(storedDateTo1970(-2), epoch - 2);
-    EXPECT_EQ(storedDateTo1970(0), 0);
+    EXPECT_FALSE(differsFromStored({}, -static_cast<std::int32_t>(epoch)));
+    EXPECT_EQ(modDateOf({.modificationDate = -2}), epoch - 2);
+    EXPECT_EQ(modDateOf({}), epoch);
+    EXPECT_EQ(modDateOf({.type = FSItemType::directory}), 0);
+    EXPECT_EQ(creationDateOf({}), 0);
 }
 
 TEST(ChildList, keepsAscendingIdentifiersAsDifferences) {

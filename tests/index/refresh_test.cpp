@@ -52,6 +52,7 @@ TEST_F(RefreshTest, StartsWhenTheIntervalHasPassed) {
 }
 
 TEST_F(RefreshTest, TheSettingDecidesForCatalogsWithoutAnIntervalOfTheirOwn) {
+    EXPECT_FALSE(startsAfter(CachingUpdatesTag::defaultTiming, 1000 * kDay)) << "nobody has chosen one";
     preferences.set("updateCachesEvery", 500);
     EXPECT_FALSE(startsAfter(CachingUpdatesTag::defaultTiming, 7 * kDay));
     EXPECT_TRUE(startsAfter(CachingUpdatesTag::defaultTiming, 7 * kDay + 1));

@@ -25,26 +25,16 @@ class CatalogSearchTest : public ManagedCatalogTest {
                                                       QueryEnvironment{preferences, language});
     }
 
-    std::vector<SearchResult> results(const std::string& line, std::vector<std::string> places,
-                                      bool invisible = false) {
+    // In the order in which they were handed over.
+    std::vector<SearchResult> results(const std::string& line) {
         const ContentIndex::Session session(*index);
         std::vector<SearchResult> all;
         searchForFSItemNames(
-            *index, *query(line, std::move(places)), invisible,
+            *index, *query(line, {target}), false,
             {[] { return false; },
              [&all](std::vector<SearchResult> batch) { std::ranges::move(batch, std::back_inserter(all)); },
-             [this](std::int64_t items) { examined += items; }});
+             [this](std::int64_t count) { examined += count; }});
         return all;
-    }
-
-    // Without the target in front, sorted.
-    std::vector<std::string> found(const std::string& line, std::vector<std::string> places,
-                                   bool invisible = false) {
-        std::vector<std::string> paths;
-        for (const SearchResult& result : results(line, std::move(places), invisible))
-            paths.push_back(result.path.substr(target.size() + 1));
-        std::ranges::sort(paths);
-        return paths;
     }
 
     const std::string target = folder.folder("target");
@@ -65,50 +55,43 @@ TEST_F(CatalogSearchTest, ARecordBecomesTheResultOfAnOfflineOrPresentFile) {
     FSItem inner = directory(1, 0, "hits");
     inner.modificationDate = 5;
     inner.size = 4096;
-    write(*index, {inner, file, unknown});
-    auto all = results("hit", {target});
+    write(*index, {inner, file, unknown, item(12, 77, "hit of a lost folder")});
+    auto all = results("hit");
     std::ranges::sort(all, {}, &SearchResult::path);
-    ASSERT_EQ(all.size(), 3u);
+    ASSERT_EQ(all.size(), 4u);
     EXPECT_EQ(all[0].size, 0u);
-    EXPECT_EQ(all[1].path, target + "/hits");
-    EXPECT_TRUE(all[1].isDirectory);
-    EXPECT_EQ(all[1].size, 0u);
-    EXPECT_EQ(all[1].modDate, kSecondsFrom1970To2001 + 5);
-    EXPECT_EQ(all[2].path, target + "/hits/hit.txt");
-    EXPECT_EQ(all[2].size, 17u);
-    EXPECT_EQ(all[2].modDate, kSecondsFrom1970To2001 + 1);
-    EXPECT_EQ(all[2].creationDate, kSecondsFrom1970To2001 - 2);
-    EXPECT_EQ(all[2].lastAccessDate, 0);
-    EXPECT_TRUE(all[2].diskKey.isNone());
-    EXPECT_EQ(all[2].searchResultSuppliedBy, SearchResultSupplier::CompactContentIndex);
-    EXPECT_TRUE(all[2].strikeThroughDisplayNameIfMissing);
+    EXPECT_EQ(all[1].path, target + "/hit of a lost folder");
+    EXPECT_EQ(all[2].path, target + "/hits");
+    EXPECT_TRUE(all[2].isDirectory);
+    EXPECT_EQ(all[2].size, 0u);
+    EXPECT_EQ(all[2].modDate, kSecondsFrom1970To2001 + 5);
+    EXPECT_EQ(all[3].path, target + "/hits/hit.txt");
+    EXPECT_EQ(all[3].size, 17u);
+    EXPECT_EQ(all[3].modDate, kSecondsFrom1970To2001 + 1);
+    EXPECT_EQ(all[3].creationDate, kSecondsFrom1970To2001 - 2);
+    EXPECT_EQ(all[3].lastAccessDate, 0);
+    EXPECT_TRUE(all[3].diskKey.isNone());
+    EXPECT_EQ(all[3].searchResultSuppliedBy, SearchResultSupplier::CompactContentIndex);
+    EXPECT_TRUE(all[3].strikeThroughDisplayNameIfMissing);
     std::filesystem::remove(target);
-    EXPECT_FALSE(results("hit", {target}).at(0).strikeThroughDisplayNameIfMissing);
+    EXPECT_FALSE(results("hit").at(0).strikeThroughDisplayNameIfMissing);
 }
 
-TEST_F(CatalogSearchTest, OnlyWhatAWalkOfThePlaceWouldListIsHandedOver) {
-    write(*index, {directory(1, 0, "a"), directory(2, 0, ".hidden"), directory(3, 0, "tool.app"),
-                   directory(4, 0, "ab"), item(5, 1, "hit 1"), item(6, 2, "hit 2"), item(7, 3, "hit 3"),
-                   item(8, 4, "hit 4"), item(9, 1, ".hit 5"), directory(10, 2, "in"), item(11, 10, "hit 6"),
-                   item(12, 77, "hit 7")});
-    EXPECT_EQ(found("hit", {target}), (Paths{"a/.hit 5", "a/hit 1", "ab/hit 4", "hit 7"}));
-    EXPECT_EQ(examined, 12);
-    EXPECT_EQ(found("hit", {target}, true).size(), 7u);
-    EXPECT_EQ(found("hit", {target + "/a"}), (Paths{"a/.hit 5", "a/hit 1"}));
-    EXPECT_EQ(found("hit", {target + "/.hidden"}), (Paths{".hidden/hit 2", ".hidden/in/hit 6"}));
-    EXPECT_EQ(found("hit", {target + "/.hidden/in", target + "/a"}),
-              (Paths{".hidden/in/hit 6", "a/.hit 5", "a/hit 1"}));
-    EXPECT_EQ(found("hit", {folder.path()}).size(), 4u);
-    EXPECT_EQ(found("hit", {folder.path("elsewhere")}), Paths{});
-}
-
-TEST_F(CatalogSearchTest, EveryBatchOfALargeCatalogIsLookedThrough) {
+// Large enough for two threads.
+TEST_F(CatalogSearchTest, ALargeCatalogIsLookedThroughInTheOrderOfItsKeys) {
     std::vector<FSItem> items = {directory(1, 0, "d")};
-    for (FSItemID id = 2; id <= 8000; ++id)
-        items.push_back(item(id, id % 2, (id % 1000 == 0 ? "hit" : "other") + std::to_string(id)));
+    Paths expected;
+    for (FSItemID id = 2; id <= 30'000; ++id) {
+        items.push_back(item(id, id % 2, (id % 7 == 0 ? "hit" : "other") + std::to_string(id)));
+        if (id % 7 == 0) expected.push_back(std::to_string(id));
+    }
     write(*index, items);
-    EXPECT_EQ(found("hit", {target}).size(), 8u);
-    EXPECT_EQ(examined, 8000);
+    std::ranges::sort(expected);
+    Paths handedOver;
+    for (const SearchResult& result : results("hit"))
+        handedOver.push_back(result.path.substr(result.path.rfind("hit") + 3));
+    EXPECT_EQ(handedOver, expected);
+    EXPECT_EQ(examined, 30'000);
 }
 
 TEST_F(CatalogSearchTest, CatalogsAreAskedWhenSwitchedOnOrNamedOutright) {

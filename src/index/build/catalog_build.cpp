@@ -40,7 +40,9 @@ class CatalogBuild::Running {
             if (state == ContentIndexLMDBState::building)
                 refuse("the catalog \"" + index_.displayName() + "\" is being updated already");
         } while (!index_.state_.compare_exchange_weak(state, ContentIndexLMDBState::building));
+        // In this order: who ends all builds says so first and cancels each of them then.
         index_.shouldCancel_ = false;
+        if (index_.environment_.buildsEnd) index_.shouldCancel_ = true;
     }
     ~Running() { index_.state_ = ContentIndexLMDBState::none; }
     Running(const Running&) = delete;
@@ -248,7 +250,10 @@ void CatalogBuild::finish() {
 
 // What the build leaves goes to the other copy; after a cancel the last good state comes back from there.
 void CatalogBuild::mirror(bool alwaysMirror) {
-    if (update_) outcome_.files = update_->files();
+    if (update_) {
+        outcome_.files = update_->files();
+        outcome_.unreadableFolders = update_->unreadableFolders();
+    }
     if (writer_) outcome_.written = writer_->itemsAdded();
     const auto remote = index_.remoteDBFile();
     if (!outcome_.canceled) {

@@ -5,62 +5,79 @@
 namespace kestrix {
 
 DocumentReader::DocumentReader(ImportTextToolsXPC& import, bool useOCR, const std::atomic<bool>& stop)
-    : second_(import.another()), links_{{import}, {*second_}}, useOCR_(useOCR), stop_(stop) {}
+    : import_(import), useOCR_(useOCR), stop_(stop) {}
 
 DocumentReader::~DocumentReader() {
     workers_.cancelAllOperations();
-    for (const auto& job : ahead_) {
-        for (const Link& link : links_)
-            link.import.sendCancelFor(job->read.file.path);
-    }
+    giveUpAll();
+    const std::lock_guard hold(mutex_);
+    ending_ = true;
+    changed_.notify_all();
+}
+
+void DocumentReader::giveUpAll() {
+    for (const auto& job : ahead_)
+        import_.sendCancelFor(job->file.path);
 }
 
 // A file of a type that nobody reads has no words, and is not handed to a worker to learn that.
 void DocumentReader::begin(TreeUpdate::FileToRead file) {
-    auto job = std::make_shared<Job>();
     bytesAhead_ += file.size;
-    const bool isDocument = second_->tools().canImportTextFrom(file.path, useOCR_);
-    job->read.file = std::move(file);
-    job->done = !isDocument;
-    if (!isDocument) job->read.words.emplace();
+    const bool isDocument = import_.tools().canImportTextFrom(file.path, useOCR_);
+    auto job = std::make_shared<Job>(Job{.file = std::move(file), .done = !isDocument});
     ahead_.push_back(job);
     if (isDocument) workers_.add([this, job] { read(*job); });
 }
 
 void DocumentReader::read(Job& job) {
-    Read& read = job.read;
-    if (!stop_) {
-        Link& link = freerLink();
-        ImportedWords imported = link.import.wordsFromFile(read.file.path, useOCR_);
-        read.words = std::move(imported.words);
-        read.error = std::move(imported.error);
-        const std::lock_guard hold(mutex_);
-        --link.calls;
+    const bool isWanted = !stop_;
+    std::optional<Error> error;
+    if (isWanted) {
+        error = import_.takeWordsFromFile(job.file.path, useOCR_,
+                                          [&](WordList part) { handOver(job, std::move(part)); });
     }
+    const bool isGivenUp = !isWanted || (stop_ && error);
     const std::lock_guard hold(mutex_);
+    if (!isGivenUp) job.error = std::move(error);
+    job.wasBegun = !isGivenUp;
     job.done = true;
-    finished_.notify_all();
+    changed_.notify_all();
 }
 
-DocumentReader::Link& DocumentReader::freerLink() {
-    const std::lock_guard hold(mutex_);
-    Link& link = links_[1].calls < links_[0].calls ? links_[1] : links_[0];
-    ++link.calls;
-    return link;
+void DocumentReader::handOver(Job& job, WordList part) {
+    std::unique_lock hold(mutex_);
+    changed_.wait(hold, [&] { return job.parts.size() < kMostParts || ending_; });
+    job.parts.push_back(std::move(part));
+    changed_.notify_all();
 }
 
 bool DocumentReader::isNextReady() const {
     const std::lock_guard hold(mutex_);
-    return !ahead_.empty() && ahead_.front()->done;
+    return !ahead_.empty() && (ahead_.front()->done || !ahead_.front()->parts.empty());
 }
 
 DocumentReader::Read DocumentReader::take() {
-    const std::shared_ptr<Job> job = std::move(ahead_.front());
-    ahead_.pop_front();
-    bytesAhead_ -= job->read.file.size;
+    const std::shared_ptr<Job> job = ahead_.front();
     std::unique_lock hold(mutex_);
-    finished_.wait(hold, [&job] { return job->done; });
-    return std::move(job->read);
+    const auto isReady = [&job] { return job->done || !job->parts.empty(); };
+    while (!changed_.wait_for(hold, kStopTest, isReady)) {
+        if (!stop_) continue;
+        hold.unlock();
+        giveUpAll();
+        hold.lock();
+    }
+    Read read{.file = job->file, .wasBegun = job->wasBegun};
+    if (!job->parts.empty()) {
+        read.words = std::move(job->parts.front());
+        job->parts.pop_front();
+        changed_.notify_all();
+    }
+    read.isLast = job->done && job->parts.empty();
+    if (!read.isLast) return read;
+    read.error = std::move(job->error);
+    ahead_.pop_front();
+    bytesAhead_ -= read.file.size;
+    return read;
 }
 
 }  // namespace kestrix

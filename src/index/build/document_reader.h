@@ -2,6 +2,8 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -17,20 +19,24 @@
 namespace kestrix {
 
 // Threads: one owner; workers read several documents at once and hand their words back in the order in which
-// the documents were given. Memory is bounded by how many bytes of documents may be ahead.
+// the documents were given. Memory is bounded by how many bytes of documents may be ahead, and by how many
+// parts of the words of a long one: its worker waits for the owner to take them.
 class DocumentReader {
   public:
-    // No document is begun any more once `stop` is true.
+    // Once `stop` is true no document is begun any more, and whoever takes one gives up those that are being
+    // read: text recognition in one may take an hour.
     DocumentReader(ImportTextToolsXPC& import, bool useOCR, const std::atomic<bool>& stop);
     ~DocumentReader();  // waits for the documents that are being read
     DocumentReader(const DocumentReader&) = delete;
     DocumentReader& operator=(const DocumentReader&) = delete;
 
+    // What is known of a document, or, unless it is the last, a part of its words.
     struct Read {
         TreeUpdate::FileToRead file;
-        // Neither: it was not begun, because of `stop`.
-        std::optional<WordCounts> words;
-        std::optional<Error> error;
+        WordList words{};
+        std::optional<Error> error{};
+        bool wasBegun = true;  // false because of `stop`, also if it was given up
+        bool isLast = true;
     };
 
     void begin(TreeUpdate::FileToRead file);
@@ -38,35 +44,36 @@ class DocumentReader {
     // So much is ahead that the next thing to do is to take one.
     bool isFull() const { return ahead_.size() >= kMostAhead || bytesAhead_ >= kMostBytesAhead; }
     bool isNextReady() const;
-    // The first one that was begun and not taken; waits for it.
+    // The next of the first one whose last was not taken; waits for it.
     Read take();
 
   private:
-    static constexpr std::size_t kWorkers = 4;  // two of them mostly wait for the helpers
+    static constexpr std::size_t kWorkers = 4;  // some of them wait for the helpers
+    static constexpr std::chrono::milliseconds kStopTest{100};
     static constexpr std::size_t kMostAhead = 128;
     static constexpr std::uint64_t kMostBytesAhead = 8 << 20;
 
+    static constexpr std::size_t kMostParts = 2;
+
     struct Job {
-        Read read;
+        TreeUpdate::FileToRead file;
+        std::deque<WordList> parts{};
+        std::optional<Error> error{};
+        bool wasBegun = true;
         bool done = false;
     };
     void read(Job& job);
+    void handOver(Job& job, WordList part);
+    void giveUpAll();
 
-    // A helper reads one document at a time, and parsing is what takes the time.
-    struct Link {
-        ImportTextToolsXPC& import;
-        int calls = 0;  // guarded by mutex_
-    };
-    Link& freerLink();
-
-    const std::unique_ptr<ImportTextToolsXPC> second_;
-    Link links_[2];
+    ImportTextToolsXPC& import_;
     const bool useOCR_;
     const std::atomic<bool>& stop_;
     std::deque<std::shared_ptr<Job>> ahead_;  // the owner's
     std::uint64_t bytesAhead_ = 0;
-    mutable std::mutex mutex_;  // guards `done` of all jobs, and the links' calls
-    std::condition_variable finished_;
+    mutable std::mutex mutex_;  // guards all jobs but their files
+    std::condition_variable changed_;
+    bool ending_ = false;
     OperationQueue workers_{kWorkers, "document words"};  // last: it ends first
 };
 

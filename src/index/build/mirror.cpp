@@ -146,7 +146,8 @@ bool ContentIndex::copyMirror(const std::string& from, const std::string& to) {
             return false;
         }
         const MirrorActivity activity(environment_.activities);
-        LogFunc("Mirror: " + from + " to " + to);
+        LogFunc(to == localDBFile_ ? "Mirror: Remote " + from + " to Local " + to
+                                   : "Mirror: Local " + from + " to remote " + to);
         copyCatalog(from, to, environment_.mapSize);
     }
     loadDocumentInfo();

@@ -31,20 +31,34 @@ bool ContentIndex::isDue(CachingUpdatesTag tag) {
     return std::abs(secondsSince2001(now) - lastUpdated) > static_cast<double>(*interval);
 }
 
+// The setting counts once a user has chosen a value: a fresh installation refreshes no catalog by itself.
+std::optional<CachingUpdatesTag> ContentIndex::intervalTag() const {
+    constexpr const char* kSetting = "updateCachesEvery";
+    const CachingUpdatesTag own = updatesEvery();
+    if (own != CachingUpdatesTag::defaultTiming) return own;
+    if (!environment_.preferences.hasStoredValue(kSetting)) return std::nullopt;
+    return cachingUpdatesTagOf(environment_.preferences.integer(kSetting));
+}
+
 bool ContentIndex::scheduleRefreshIfNeeded() {
     if (!environment_.preferences.boolean("diskCatalogCaching")) return false;
     if (state_ != ContentIndexLMDBState::none || !environment_.startRefresh) return false;
-    std::optional<CachingUpdatesTag> tag = updatesEvery();
-    if (tag == CachingUpdatesTag::defaultTiming)
-        tag = cachingUpdatesTagOf(environment_.preferences.integer("updateCachesEvery"));
+    const auto tag = intervalTag();
     if (!tag || !isDue(*tag)) return false;
     environment_.startRefresh([self = shared_from_this()] { self->refresh(false); });
     return true;
 }
 
+void ContentIndex::setShouldDoATimedRefresh(bool should) {
+    using enum ContentIndexLMDBState;
+    ContentIndexLMDBState before = should ? none : waitingToBuild;
+    state_.compare_exchange_strong(before, should ? waitingToBuild : none);
+}
+
 ContentIndex::BuildOutcome ContentIndex::refresh(bool userInitiated) {
     const auto target = targetURL();
-    if (!target || state_ == ContentIndexLMDBState::building || !isTargetMounted()) return {};
+    const bool mayBuild = state_ != ContentIndexLMDBState::building && !environment_.buildsEnd;
+    if (!target || !mayBuild || !isTargetMounted()) return {};
     BuildOutcome outcome;
     try {
         outcome = build({*target}, userInitiated, documentInfo().lastIndexMode);

@@ -60,6 +60,8 @@ class Lister {
         folder->errorNumber = open(node, *folder, directory);
         if (folder->errorNumber == 0 && directory.isOpen()) {
             childNames_.clear();
+            names_.clear();
+            files_.clear();
             nameEnds_.clear();
             readEntries(directory, *folder, node.family && isForeignSystem(node.name));
             nameFiles(*folder);
@@ -76,9 +78,13 @@ class Lister {
         }
         if (const int error = node.family->open()) return error;
         const OpenDirectory& parent = node.family->directory;
-        if (const int error = parent.attributesOf(node.name, folder.attributes)) return error;
-        if (!isToBeEntered(node, folder.path)) return 0;
-        return directory.openAt(parent, node.name);
+        if (!isToBeEntered(node, folder.path)) return parent.attributesOf(node.name, folder.attributes);
+        // An open folder tells about itself without being looked up by name again.
+        if (const int error = directory.openAt(parent, node.name)) {
+            parent.attributesOf(node.name, folder.attributes);
+            return error;
+        }
+        return directory.attributesOf(".", folder.attributes);
     }
 
     static bool isToBeEntered(const Node& node, const std::string& path) {
@@ -96,7 +102,7 @@ class Lister {
             if (++count % kEntriesBetweenStopTests == 0 && stop_) return;
             if (entry.type == EntryType::other || isLeftOut(entry.name)) continue;
             if (entry.type != EntryType::directory) {
-                takeFile(directory, entry, folder);
+                takeFile(directory, entry);
             }
             if (entry.type == EntryType::directory && !filesOnly) {
                 childNames_.append(entry.name).push_back('\0');
@@ -106,18 +112,20 @@ class Lister {
     }
 
     // An entry whose file system tells no type learns it here.
-    void takeFile(const OpenDirectory& directory, DirectoryEntry& entry, ListedFolder& folder) {
+    void takeFile(const OpenDirectory& directory, DirectoryEntry& entry) {
         FileAttributes attributes;
         if (directory.attributesOf(entry.name.data(), attributes) != 0) return;
         entry.type = attributes.type;
         if (entry.type != EntryType::file) return;
-        folder.files.push_back({{}, attributes.size, attributes.modified, attributes.created});
-        folder.names.append(entry.name);
-        nameEnds_.push_back(folder.names.size());
+        files_.push_back({{}, attributes.size, attributes.modified, attributes.created});
+        names_.append(entry.name);
+        nameEnds_.push_back(names_.size());
     }
 
-    // Names move while they gather, so the views come last.
+    // What was gathered in buffers that serve every folder is handed over in two pieces of the right size.
     void nameFiles(ListedFolder& folder) {
+        folder.names = names_;
+        folder.files = files_;
         std::size_t begin = 0;
         for (std::size_t i = 0; i < folder.files.size(); ++i) {
             folder.files[i].name = std::string_view(folder.names).substr(begin, nameEnds_[i] - begin);
@@ -146,6 +154,8 @@ class Lister {
     const std::atomic<bool>& stop_;
     DirectoryReader reader_;
     std::string childNames_;
+    std::string names_;
+    std::vector<ListedFile> files_;
     std::vector<std::size_t> nameEnds_;
 };
 

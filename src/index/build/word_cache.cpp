@@ -35,30 +35,36 @@ std::uint32_t numberAt(std::string_view bytes, std::size_t& at) {
 }  // namespace
 
 // A document before the last one wraps round, and back again when it is read.
-void WordCache::add(FSItemID document, const WordCounts& words) {
-    for (const auto& [word, ocurrences] : words) {
-        if (word.empty() || word.size() > kLongestKey) continue;
-        Postings& postings = postingsOf(word);
-        const std::size_t before = postings.bytes.capacity();
-        appendNumber(postings.bytes, document - postings.last);
-        appendNumber(postings.bytes, ocurrences);
-        postings.last = document;
-        bytes_ += postings.bytes.capacity() - before;
-    }
+void WordCache::add(FSItemID document, std::string_view word, std::uint32_t ocurrences) {
+    if (word.empty() || word.size() > kLongestKey) return;
+    Postings& postings = postingsOf(word);
+    const std::size_t before = postings.bytes.capacity();
+    appendNumber(postings.bytes, document - postings.last);
+    appendNumber(postings.bytes, ocurrences);
+    postings.last = document;
+    bytes_ += postings.bytes.capacity() - before;
 }
 
-WordCache::Postings& WordCache::postingsOf(const std::string& word) {
-    const auto [entry, isNew] = words_.try_emplace(word);
-    if (isNew) bytes_ += kBytesPerWord + word.size();
-    return entry->second;
+WordCache::Postings& WordCache::postingsOf(std::string_view word) {
+    const auto known = words_.find(word);
+    if (known != words_.end()) return known->second;
+    bytes_ += kBytesPerWord + word.size();
+    return words_[std::string(word)];
 }
 
 void WordCache::unpack(const Postings& postings, std::vector<WordCount>& counts) {
     counts.clear();
     FSItemID document = kNoParent;
     for (std::size_t at = 0; at < postings.bytes.size();) {
-        document += numberAt(postings.bytes, at);
-        counts.push_back({document, numberAt(postings.bytes, at)});
+        const std::uint32_t difference = numberAt(postings.bytes, at);
+        const std::uint32_t ocurrences = numberAt(postings.bytes, at);
+        document += difference;
+        // A long document tells of a word several times.
+        if (difference == 0 && !counts.empty()) {
+            counts.back().ocurrences += ocurrences;
+        } else {
+            counts.push_back({document, ocurrences});
+        }
     }
 }
 

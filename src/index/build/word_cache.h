@@ -10,7 +10,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "import/import_text_tools.h"
+#include "import/word_list.h"
 #include "index/lmdb/simple_lmdb.h"
 #include "index/word_container.h"
 
@@ -25,13 +25,14 @@ class WordCache {
     static constexpr std::size_t kMostBytes = 48 << 20;
     static constexpr std::size_t kMostWords = 100'000;
 
-    // Words that are too long for a key are left out.
-    void add(FSItemID document, const WordCounts& words);
+    // So often does the document hold the word; said again, it adds up. A word that is too long for a key is
+    // left out.
+    void add(FSItemID document, std::string_view word, std::uint32_t ocurrences);
 
     bool isEmpty() const { return words_.empty(); }
     bool isFull() const { return words_.size() > kMostWords || bytes_ >= kMostBytes; }
 
-    // So full that it must be emptied in the middle of a folder.
+    // So full that it must be emptied in the middle of a folder, or of a document.
     bool isOverfull() const { return words_.size() > 2 * kMostWords || bytes_ >= kMostBytes / 4 * 5; }
 
     // Hands over the containers of all words, in key order and in parts of some megabytes, each as writes
@@ -47,7 +48,7 @@ class WordCache {
     };
     using Words = std::unordered_map<std::string, Postings, WordHash, std::equal_to<>>;
 
-    Postings& postingsOf(const std::string& word);
+    Postings& postingsOf(std::string_view word);
     static void unpack(const Postings& postings, std::vector<WordCount>& counts);
 
     Words words_;

@@ -24,16 +24,20 @@ void WordIndexer::read(std::vector<TreeUpdate::FileToRead> files) {
 
 void WordIndexer::takeOne() {
     const DocumentReader::Read read = reader_.take();
+    // In the middle of a large folder or document: words may go before their items, which are not all read
+    // yet.
+    read.words.forEach([&](std::string_view word, std::uint32_t ocurrences) {
+        cache_.add(read.file.id, word, ocurrences);
+        if (cache_.isOverfull()) drain(false);
+    });
+    if (!read.isLast) return;
     if (read.error) {
         note(read.file, *read.error);
-    } else if (read.words) {
+    } else if (read.wasBegun) {
         failed_.forget(read.file.path);
-        cache_.add(read.file.id, *read.words);
     } else {
         unread_.insert(read.file.id);
     }
-    // In the middle of a large folder: words may go before their items, which are not all read yet.
-    if (cache_.isOverfull()) drain(false);
 }
 
 void WordIndexer::note(const TreeUpdate::FileToRead& file, const Error& error) {

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/operation_queue.h"
 #include "index/lmdb/page_layout.h"
 
 namespace kestrix {
@@ -67,6 +68,7 @@ class NodePage {
             header_.lower > header_.upper || header_.upper > size_) {
             damaged(number_, "its bounds are wrong");
         }
+        if (liesInKeyOrder()) return;
         std::fill_n(starts_.begin(), size_ / 128, 0);
         std::size_t nodes = 0;
         for (std::size_t at = header_.upper; at < size_; at += sizeOfNode(at), ++nodes)
@@ -83,6 +85,18 @@ class NodePage {
     }
 
   private:
+    // A page that was filled in the order of its keys, as nearly all are, has the first node last and the
+    // others before it one by one: then all of it is seen in one pass.
+    bool liesInKeyOrder() const {
+        std::size_t end = size_;
+        for (std::size_t i = 0; i < count(); ++i) {
+            const std::size_t at = valueAt<std::uint16_t>(bytes_ + kHeaderSize + 2 * i);
+            if (at >= end || at < header_.upper || at + sizeOfNode(at) != end) return false;
+            end = at;
+        }
+        return end == header_.upper;
+    }
+
     std::size_t sizeOfNode(std::size_t at) const {
         const std::size_t room = size_ - at;
         if (room < kNodeSize) damaged(number_, "a record leaves the page");
@@ -101,59 +115,68 @@ class NodePage {
     std::array<std::uint64_t, kLargestPage / 128> starts_;  // a bit for every other byte
 };
 
+// What is known of the file as a whole.
+struct Layout {
+    std::string_view file;
+    std::size_t pageSize = kSmallestPage;
+    std::uint64_t filePages = 0;
+    std::uint64_t current = 0;  // the meta page that counts
+    Meta meta{};
+};
+
+Meta readMeta(std::string_view file, std::uint64_t number, std::size_t at) {
+    if (at > file.size() || file.size() - at < kSmallestPage) {
+        refuse(number == 0 ? MDB_INVALID : MDB_CORRUPTED, number, "the file is too short");
+    }
+    const auto header = valueAt<Header>(file.data() + at);
+    const auto meta = valueAt<Meta>(file.data() + at + kHeaderSize);
+    if (header.flags != kMeta || meta.magic != kMagic) refuse(MDB_INVALID, number, "not LMDB's");
+    if (meta.version != kDataVersion) {
+        refuse(MDB_VERSION_MISMATCH, number, fmt::format("data version {}", meta.version));
+    }
+    const std::size_t size = meta.freeList.pageSize;
+    if (!std::has_single_bit(size) || size < kSmallestPage || size > kLargestPage) {
+        damaged(number, "unknown page size");
+    }
+    if (meta.transaction > INT64_MAX) damaged(number, "its transaction number is wrong");
+    return meta;
+}
+
+Layout layoutOf(std::string_view file) {
+    Layout layout{.file = file};
+    const Meta first = readMeta(file, 0, 0);
+    layout.pageSize = first.freeList.pageSize;
+    layout.filePages = file.size() / layout.pageSize;
+    const Meta second = readMeta(file, 1, layout.pageSize);
+    if (second.freeList.pageSize != layout.pageSize) damaged(1, "the two first pages disagree");
+    layout.current = first.transaction < second.transaction ? 1 : 0;
+    layout.meta = layout.current == 1 ? second : first;
+    const std::uint64_t lastPage = layout.meta.lastPage;
+    if (lastPage < kMetaPages - 1 || lastPage > layout.meta.mapSize / layout.pageSize ||
+        lastPage > layout.filePages + kMostUnwrittenPages) {
+        damaged(layout.current, "the file ends before its pages do");
+    }
+    if ((layout.meta.freeList.flags & ~kNoSubDir) != kIntegerKeys) damaged(layout.current, "unknown flags");
+    return layout;
+}
+
 class Checker {
   public:
-    explicit Checker(std::string_view file) : file_(file) {}
+    Checker(const Layout& layout, std::uint64_t helperFrom)
+        : layout_(layout), helperFrom_(helperFrom), taken_(layout.meta.lastPage / 64 + 1, 0) {}
 
+    // The trees that the main one names come last: each has an order of keys of its own.
     void check() {
-        const Meta meta = readMetas();
-        transaction_ = meta.transaction;
-        lastPage_ = meta.lastPage;
-        filePages_ = file_.size() / pageSize_;
-        if (lastPage_ < kMetaPages - 1 || lastPage_ > meta.mapSize / pageSize_ ||
-            lastPage_ > filePages_ + kMostUnwrittenPages) {
-            damaged(current_, "the file ends before its pages do");
-        }
-        taken_.assign(lastPage_ / 64 + 1, 0);
-        if ((meta.freeList.flags & ~kNoSubDir) != kIntegerKeys) damaged(current_, "unknown flags");
-        checkTree(meta.freeList, TreeKind::freeList);
-        checkTree(meta.main, TreeKind::main);
-        // Not while the main tree is being walked: each tree has an order of keys of its own.
+        checkTree(layout_.meta.freeList, TreeKind::freeList);
+        checkTree(layout_.meta.main, TreeKind::main);
         for (const Tree& named : named_)
             checkTree(named, TreeKind::named);
     }
 
   private:
-    Meta readMetas() {
-        const Meta first = readMeta(0, 0);
-        pageSize_ = first.freeList.pageSize;
-        const Meta second = readMeta(1, pageSize_);
-        if (second.freeList.pageSize != pageSize_) damaged(1, "the two first pages disagree");
-        current_ = first.transaction < second.transaction ? 1 : 0;
-        return current_ == 1 ? second : first;
-    }
-
-    Meta readMeta(std::uint64_t number, std::size_t at) const {
-        if (at > file_.size() || file_.size() - at < kSmallestPage) {
-            refuse(number == 0 ? MDB_INVALID : MDB_CORRUPTED, number, "the file is too short");
-        }
-        const auto header = valueAt<Header>(file_.data() + at);
-        const auto meta = valueAt<Meta>(file_.data() + at + kHeaderSize);
-        if (header.flags != kMeta || meta.magic != kMagic) refuse(MDB_INVALID, number, "not LMDB's");
-        if (meta.version != kDataVersion) {
-            refuse(MDB_VERSION_MISMATCH, number, fmt::format("data version {}", meta.version));
-        }
-        const std::size_t size = meta.freeList.pageSize;
-        if (!std::has_single_bit(size) || size < kSmallestPage || size > kLargestPage) {
-            damaged(number, "unknown page size");
-        }
-        if (meta.transaction > INT64_MAX) damaged(number, "its transaction number is wrong");
-        return meta;
-    }
-
     // Notes that a page is in use, or free; none may be named twice.
     void take(std::uint64_t page, std::uint64_t namedBy) {
-        if (page < kMetaPages || page > lastPage_) {
+        if (page < kMetaPages || page > layout_.meta.lastPage) {
             damaged(namedBy, fmt::format("it names the page {}, which is not there", page));
         }
         const std::uint64_t bit = std::uint64_t{1} << (page % 64);
@@ -162,26 +185,28 @@ class Checker {
     }
 
     const char* bytesOf(std::uint64_t page, std::uint64_t namedBy) const {
-        if (page >= filePages_) damaged(namedBy, fmt::format("the page {} lies behind the file's end", page));
-        return file_.data() + page * pageSize_;
+        if (page >= layout_.filePages)
+            damaged(namedBy, fmt::format("the page {} lies behind the file's end", page));
+        return layout_.file.data() + page * layout_.pageSize;
     }
 
     void checkTree(const Tree& tree, TreeKind kind) {
         kind_ = kind;
         depth_ = tree.depth;
         hasLastKey_ = false;
-        if (kind != TreeKind::freeList && tree.flags != 0) damaged(current_, "a tree has unknown flags");
+        if (kind != TreeKind::freeList && tree.flags != 0)
+            damaged(layout_.current, "a tree has unknown flags");
         if (tree.root == kNoRoot) {
-            if (depth_ != 0) damaged(current_, "an empty tree has a depth");
+            if (depth_ != 0) damaged(layout_.current, "an empty tree has a depth");
             return;
         }
-        if (depth_ < 1 || depth_ > kDeepestTree) damaged(current_, "the depth of a tree is wrong");
-        descend(tree.root, current_, 1);
+        if (depth_ < 1 || depth_ > kDeepestTree) damaged(layout_.current, "the depth of a tree is wrong");
+        descend(tree.root, layout_.current, 1);
     }
 
     void descend(std::uint64_t number, std::uint64_t namedBy, std::size_t level) {
         take(number, namedBy);
-        NodePage page(bytesOf(number, namedBy), pageSize_, number);
+        NodePage page(bytesOf(number, namedBy), layout_.pageSize, number);
         if (page.header().number != number) damaged(number, "it holds another page's number");
         if (page.header().flags != (level == depth_ ? kLeaf : kBranch)) damaged(number, "wrong kind of page");
         page.checkPacking();
@@ -195,8 +220,16 @@ class Checker {
     void checkBranch(const NodePage& page, std::size_t level) {
         const std::size_t count = page.count();
         if (count < (kind_ == TreeKind::freeList ? 1U : 2U)) damaged(page.number(), "too few children");
-        for (std::size_t i = 0; i < count; ++i) {
-            if (i + 1 < count) prefetch(valueAt<Node>(page.nodeAt(i + 1)).child());
+        if (level == 1 && kind_ == TreeKind::named && layout_.filePages >= helperFrom_) {
+            checkHalves(page, level);
+        } else {
+            checkChildren(page, level, 0, count);
+        }
+    }
+
+    void checkChildren(const NodePage& page, std::size_t level, std::size_t first, std::size_t last) {
+        for (std::size_t i = first; i < last; ++i) {
+            if (i + 1 < last) prefetch(valueAt<Node>(page.nodeAt(i + 1)).child());
             const char* node = page.nodeAt(i);
             const std::string_view key = NodePage::keyOf(node);
             if (key.size() > kLongestKey) damaged(page.number(), "a key is too long");
@@ -209,12 +242,42 @@ class Checker {
         }
     }
 
+    // Two threads, each with the pages below half of the children. What one of them alone cannot see comes at
+    // the end: that the keys ascend from one half to the other, and that no page lies below both.
+    void checkHalves(const NodePage& page, std::size_t level) {
+        const std::size_t middle = page.count() / 2;
+        Checker right(layout_, helperFrom_);
+        right.kind_ = kind_;
+        right.depth_ = depth_;
+        std::optional<PageFault> rightFault;
+        {
+            OperationQueue helper(1, "page check");
+            helper.add([&] {
+                try {
+                    right.checkChildren(page, level, middle, page.count());
+                } catch (const PageFault& fault) {
+                    rightFault = fault;
+                }
+            });
+            checkChildren(page, level, 0, middle);
+            helper.waitUntilAllOperationsAreFinished();
+        }
+        checkOrder(NodePage::keyOf(page.nodeAt(middle)), page.number(), false);
+        if (rightFault) throw PageFault(*rightFault);
+        for (std::size_t i = 0; i < taken_.size(); ++i) {
+            const std::uint64_t twice = taken_[i] & right.taken_[i];
+            if (twice != 0) {
+                damaged(i * 64 + static_cast<std::uint64_t>(std::countr_zero(twice)), "it is used twice");
+            }
+        }
+    }
+
     // The next page is on its way into the cache while this one is looked at; the processor does not foresee
     // it by itself, as pages do not follow one another.
     void prefetch(std::uint64_t page) const {
-        if (page >= filePages_) return;
-        for (std::size_t at = 0; at < pageSize_; at += kCacheLine)
-            __builtin_prefetch(file_.data() + page * pageSize_ + at);
+        if (page >= layout_.filePages) return;
+        for (std::size_t at = 0; at < layout_.pageSize; at += kCacheLine)
+            __builtin_prefetch(layout_.file.data() + page * layout_.pageSize + at);
     }
 
     void checkLeaf(const NodePage& page) {
@@ -275,7 +338,7 @@ class Checker {
         if (header.number != first || header.flags != kOverflow || pages == 0) {
             damaged(first, "wrong kind of page");
         }
-        if (pages > filePages_ - first || size > pages * pageSize_ - kHeaderSize) {
+        if (pages > layout_.filePages - first || size > pages * layout_.pageSize - kHeaderSize) {
             damaged(first, "a long value leaves the file");
         }
         for (std::uint64_t i = 0; i < pages; ++i)
@@ -285,7 +348,8 @@ class Checker {
 
     void checkFreePages(std::uint64_t page, std::string_view list) {
         const auto freedBy = valueAt<std::uint64_t>(lastKey_.data());
-        if (freedBy == 0 || freedBy > transaction_) damaged(page, "pages freed by no transaction");
+        if (freedBy == 0 || freedBy > layout_.meta.transaction)
+            damaged(page, "pages freed by no transaction");
         if (list.size() < sizeof(std::uint64_t) || list.size() % sizeof(std::uint64_t) != 0) {
             damaged(page, "a list of free pages has a wrong length");
         }
@@ -300,12 +364,8 @@ class Checker {
         }
     }
 
-    std::string_view file_;
-    std::size_t pageSize_ = kSmallestPage;
-    std::uint64_t filePages_ = 0;
-    std::uint64_t lastPage_ = 0;
-    std::uint64_t transaction_ = 0;
-    std::uint64_t current_ = 0;  // the meta page that counts
+    const Layout& layout_;
+    const std::uint64_t helperFrom_;
     std::vector<std::uint64_t> taken_;
     std::vector<Tree> named_;
 
@@ -319,10 +379,11 @@ class Checker {
 
 }  // namespace
 
-std::optional<PageFault> faultOfPages(std::string_view file) {
+std::optional<PageFault> faultOfPages(std::string_view file, std::uint64_t helperFrom) {
     if (file.empty()) return std::nullopt;
     try {
-        Checker(file).check();
+        const Layout layout = layoutOf(file);
+        Checker(layout, helperFrom).check();
         return std::nullopt;
     } catch (const PageFault& fault) {
         return fault;

@@ -2,6 +2,7 @@
 // one flipped bit can end the program; this looks at all of them first.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -15,7 +16,8 @@ struct PageFault {
 
 // The first fault in the file whose bytes are given; nothing if LMDB may read it and write to it. Visits each
 // page that is in use once and follows the list of free pages; the values of records are not looked at. A
-// file of zero length has no fault. Threads: any.
-std::optional<PageFault> faultOfPages(std::string_view file);
+// file of zero length has no fault. A second thread helps with a file of at least `helperFrom` pages: a
+// smaller one is looked through before it would have begun. Threads: any.
+std::optional<PageFault> faultOfPages(std::string_view file, std::uint64_t helperFrom = 512);
 
 }  // namespace kestrix

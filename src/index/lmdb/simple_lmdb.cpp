@@ -1,43 +1,18 @@
 #include "index/lmdb/simple_lmdb.h"
 
-#include <lmdb.h>
-
+#include <algorithm>
 #include <cerrno>
-#include <filesystem>
-#include <map>
-#include <mutex>
 #include <utility>
 
-#include "base/clock.h"
-#include "base/lock.h"
 #include "base/text.h"
 #include "base/uuid.h"
-#include "index/lmdb/page_check.h"
-#include "platform/directory.h"
-#include "platform/file_ranges_lock.h"
-#include "platform/mapped_file.h"
+#include "index/lmdb/lmdb_file.h"
+#include "index/lmdb/readers_gate.h"
 #include "platform/stored_file.h"
 
 namespace kestrix {
 
 namespace {
-
-constexpr const char* kDatabaseName = "SimpleLMDB";
-constexpr MDB_dbi kMaxDBs = 32;
-constexpr mdb_mode_t kMode = 0755;
-constexpr mdb_mode_t kReadOnlyMode = 0555;
-
-// Far behind any file's end, so that no other program's lock on the bytes themselves meets them.
-constexpr std::uint64_t kCommitByte = 0x4000'0000'0000'0000;
-constexpr std::uint64_t kBuilderByte = kCommitByte + 1;
-
-MDB_val valOf(std::string_view bytes) {
-    return {bytes.size(), const_cast<char*>(bytes.data())};
-}
-
-std::string_view viewOf(const MDB_val& val) {
-    return {static_cast<const char*>(val.mv_data), val.mv_size};
-}
 
 std::string joined(std::string_view group, std::string_view key) {
     std::string whole;
@@ -46,253 +21,118 @@ std::string joined(std::string_view group, std::string_view key) {
     return whole;
 }
 
-// Holds one byte of the file for as long as it lives.
-class HeldByte {
-  public:
-    HeldByte(const FileRangesLock& locks, FileRangesLock::Mode mode) : locks_(locks) {
-        locks_.lock(kCommitByte, mode);
-    }
-    ~HeldByte() { locks_.unlock(kCommitByte); }
-    HeldByte(const HeldByte&) = delete;
-    HeldByte& operator=(const HeldByte&) = delete;
-
-  private:
-    const FileRangesLock& locks_;
-};
-
 struct CursorCloser {
     void operator()(MDB_cursor* cursor) const { mdb_cursor_close(cursor); }
 };
 using CursorPointer = std::unique_ptr<MDB_cursor, CursorCloser>;
 
-// LMDB calls a write that was cut short an I/O error, also where the disk is just full.
-int trueCauseOf(int returnCode, const std::string& file) {
-    constexpr std::uintmax_t kAsGoodAsNone = std::uintmax_t{64} * 1024;
-    if (returnCode != EIO) return returnCode;
-    std::error_code unknown;
-    const auto space = std::filesystem::space(std::filesystem::path(file).parent_path(), unknown);
-    return !unknown && space.available < kAsGoodAsNone ? ENOSPC : returnCode;
-}
-
-bool isSameState(const FileAttributes& before, const FileAttributes& now) {
-    return before.device == now.device && before.inode == now.inode && before.size == now.size &&
-           before.modified == now.modified;
-}
-
-// Two seconds of doubt: coarse times can hide a change that was made just now.
-bool isSettled(const FileAttributes& attributes) {
-    return attributes.modified.seconds + 2 < secondsSince1970(Clock::system().now());
-}
-
-bool meansReadOnly(int number) {
-    return number == EACCES || number == EROFS || number == EPERM;
+CursorPointer cursorOf(const LMDBFile& file, MDB_txn* transaction) {
+    MDB_cursor* made = nullptr;
+    file.check(mdb_cursor_open(transaction, file.database(), &made));
+    return CursorPointer(made);
 }
 
 }  // namespace
 
-// Everything but `mutex` is guarded by it, and LMDB is called only with it held.
+// Whoever is in the gate may use the rest; whoever is in it alone may change it.
 struct SimpleLMDB::State {
-    std::mutex mutex;
-    std::string file;
-    bool readOnly = false;
+    std::string path;
+    mutable ReadersGate gate;
+    std::unique_ptr<LMDBFile> file;
     bool building = false;
-    std::unique_ptr<FileRangesLock> locks;
-    MDB_env* environment = nullptr;
-    MDB_dbi database = 0;
-    MDB_txn* reader = nullptr;  // reset between uses: renewing is cheaper than beginning
 
-    ~State() { close(); }
-
-    bool isOpen() const { return environment != nullptr; }
-
-    void check(int returnCode) const {
-        if (returnCode != MDB_SUCCESS) throw LMDBError(returnCode, file);
+    LMDBFile& openFile() const {
+        if (!file) throw LMDBError(EINVAL, path, "it is not open");
+        return *file;
     }
-
-    const FileRangesLock& openLocks() const {
-        if (!isOpen()) throw LMDBError(EINVAL, file, "it is not open");
-        return *locks;
-    }
-    const FileRangesLock& locksForWriting() const {
-        const FileRangesLock& held = openLocks();
-        if (readOnly) throw LMDBError(EACCES, file);
-        return held;
-    }
-
     void close() {
-        if (reader) mdb_txn_abort(reader);
-        if (environment) mdb_env_close(environment);
-        reader = nullptr;
-        environment = nullptr;
-        locks.reset();
+        file.reset();
         building = false;
     }
-
-    void openFile(bool onlyReading);
-    void checkPages() const;
-    void openEnvironment(std::size_t mapSize);
-    void openDatabase();
-    bool findDatabase();
-    bool holdsSomethingElse() const;
 };
-
-namespace {
-
-// A write transaction under the writer's lock; aborted unless it was committed.
-class Transaction {
-  public:
-    Transaction(MDB_env* environment, unsigned flags, const std::string& file) : file_(file) {
-        const int result = mdb_txn_begin(environment, nullptr, flags, &handle_);
-        if (result != MDB_SUCCESS) throw LMDBError(result, file_);
-    }
-    ~Transaction() {
-        if (handle_) mdb_txn_abort(handle_);
-    }
-    Transaction(const Transaction&) = delete;
-    Transaction& operator=(const Transaction&) = delete;
-
-    MDB_txn* get() const { return handle_; }
-    void commit() {
-        const int result = mdb_txn_commit(std::exchange(handle_, nullptr));
-        if (result != MDB_SUCCESS) throw LMDBError(trueCauseOf(result, file_), file_);
-    }
-
-  private:
-    const std::string& file_;
-    MDB_txn* handle_ = nullptr;
-};
-
-std::unique_ptr<FileRangesLock> openLocks(const std::string& file, FileRangesLock::Access access) {
-    try {
-        return std::make_unique<FileRangesLock>(file, access);
-    } catch (const Error& error) {
-        throw LMDBError(error.code(), file);
-    }
-}
-
-}  // namespace
-
-void SimpleLMDB::State::openFile(bool onlyReading) {
-    readOnly = onlyReading;
-    if (readOnly) {
-        locks = kestrix::openLocks(file, FileRangesLock::Access::existing);
-        return;
-    }
-    try {
-        locks = kestrix::openLocks(file, FileRangesLock::Access::createIfMissing);
-    } catch (const LMDBError& refused) {
-        if (!meansReadOnly(refused.code())) throw;
-        readOnly = true;
-        try {
-            locks = kestrix::openLocks(file, FileRangesLock::Access::existing);
-        } catch (const LMDBError&) {
-            throw refused;
-        }
-    }
-}
-
-// A search opens a catalog to read what it describes, and again to scan it. What this process has found sound
-// and nobody has touched since is not looked at a second time: that costs as much as a quarter of a scan.
-void SimpleLMDB::State::checkPages() const {
-    static Locked<std::map<std::string, FileAttributes>> sound;
-    FileAttributes now;
-    const bool isKnown = readAttributes(file, true, now) == 0;
-    if (isKnown && sound.read([&](const auto& files) {
-            const auto known = files.find(file);
-            return known != files.end() && isSameState(known->second, now);
-        })) {
-        return;
-    }
-    const MappedFile mapped(file);
-    if (const auto fault = faultOfPages(mapped.bytes())) throw LMDBError(fault->code, file, fault->text);
-    if (isKnown && isSettled(now)) sound.modify([&](auto& files) { files.insert_or_assign(file, now); });
-}
-
-void SimpleLMDB::State::openEnvironment(std::size_t mapSize) {
-    check(mdb_env_create(&environment));
-    check(mdb_env_set_maxdbs(environment, kMaxDBs));
-    check(mdb_env_set_mapsize(environment, mapSize));
-    const unsigned flags = MDB_NOLOCK | MDB_NOSUBDIR | (readOnly ? MDB_RDONLY : 0U);
-    check(mdb_env_open(environment, file.c_str(), flags, readOnly ? kReadOnlyMode : kMode));
-}
-
-// False if there is no database of this name in the file.
-bool SimpleLMDB::State::findDatabase() {
-    Transaction look(environment, MDB_RDONLY, file);
-    const int result = mdb_dbi_open(look.get(), kDatabaseName, 0, &database);
-    if (result == MDB_NOTFOUND) return false;
-    check(result);
-    look.commit();  // an aborted transaction would close the handle again
-    return true;
-}
-
-// Another program's LMDB file, which must not get a catalog's database.
-bool SimpleLMDB::State::holdsSomethingElse() const {
-    MDB_stat stat;
-    check(mdb_env_stat(environment, &stat));
-    return stat.ms_entries > 0;
-}
-
-void SimpleLMDB::State::openDatabase() {
-    Transaction make(environment, 0, file);
-    check(mdb_dbi_open(make.get(), kDatabaseName, MDB_CREATE, &database));
-    make.commit();
-}
-
-namespace {
-
-class Snapshot final : public SimpleLMDB::Snapshot {
-  public:
-    Snapshot(MDB_txn* transaction, MDB_dbi database, const std::string& file)
-        : transaction_(transaction), database_(database), file_(file) {}
-
-    std::optional<std::string_view> get(std::string_view key) const override {
-        MDB_val wanted = valOf(key);
-        MDB_val found;
-        const int result = mdb_get(transaction_, database_, &wanted, &found);
-        if (result == MDB_NOTFOUND) return std::nullopt;
-        if (result != MDB_SUCCESS) throw LMDBError(result, file_);
-        return viewOf(found);
-    }
-
-    CursorPointer cursor() const {
-        MDB_cursor* made = nullptr;
-        const int result = mdb_cursor_open(transaction_, database_, &made);
-        if (result != MDB_SUCCESS) throw LMDBError(result, file_);
-        return CursorPointer(made);
-    }
-
-    MDB_txn* transaction() const { return transaction_; }
-
-  private:
-    MDB_txn* transaction_;
-    MDB_dbi database_;
-    const std::string& file_;
-};
-
-}  // namespace
 
 // One read transaction, never longer than the reader's lock.
-class SimpleLMDB::Reading {
+class SimpleLMDB::Reading final : public SimpleLMDB::Snapshot {
   public:
-    explicit Reading(State& state)
-        : alone_(state.mutex), held_(state.openLocks(), FileRangesLock::Mode::shared), state_(state) {
-        if (state_.reader) {
-            state_.check(mdb_txn_renew(state_.reader));
-        } else {
-            state_.check(mdb_txn_begin(state_.environment, nullptr, MDB_RDONLY, &state_.reader));
+    explicit Reading(const State& state) : state_(state) {
+        state_.gate.enter([this] { state_.openFile().lockForReading(); });
+        try {
+            transaction_ = state_.file->takeReader();
+        } catch (...) {
+            leave();
+            throw;
         }
     }
-    ~Reading() { mdb_txn_reset(state_.reader); }
+    ~Reading() override {
+        childLists_.cursor.reset();
+        others_.cursor.reset();
+        state_.file->giveBack(transaction_);
+        leave();
+    }
     Reading(const Reading&) = delete;
     Reading& operator=(const Reading&) = delete;
 
-    kestrix::Snapshot snapshot() const { return {state_.reader, state_.database, state_.file}; }
+    // Who asks for one item mostly asks for its neighbours too: a cursor that stands there has the next one
+    // at hand, and looks in its own page before it looks in the tree. Lists of children have a cursor of
+    // their own, as they are asked for in between.
+    std::optional<std::string_view> get(std::string_view key) const override {
+        Place& place = key.starts_with('C') ? childLists_ : others_;
+        if (!place.cursor) place.cursor = cursorOf(file(), transaction_);
+        MDB_val found;
+        if (isNext(key, place.key)) {
+            MDB_val next;
+            place.key = key;
+            const int result = mdb_cursor_get(place.cursor.get(), &next, &found, MDB_NEXT);
+            if (result == MDB_SUCCESS && viewOf(next) == key) return viewOf(found);
+        }
+        place.key = key;
+        MDB_val wanted = valOf(key);
+        const int result = mdb_cursor_get(place.cursor.get(), &wanted, &found, MDB_SET);
+        if (result == MDB_NOTFOUND) return std::nullopt;
+        file().check(result);
+        return viewOf(found);
+    }
+
+    LMDBFile& file() const { return *state_.file; }
+    MDB_txn* transaction() const { return transaction_; }
 
   private:
-    std::lock_guard<std::mutex> alone_;
-    HeldByte held_;
-    State& state_;
+    struct Place {
+        CursorPointer cursor;
+        std::string key;  // asked for last; the cursor stands there if it is in the file
+    };
+
+    // "F124" comes behind "F123", nine times out of ten.
+    static bool isNext(std::string_view key, std::string_view last) {
+        return !last.empty() && key.size() == last.size() && key.back() == last.back() + 1 &&
+               key.starts_with(last.substr(0, last.size() - 1));
+    }
+
+    void leave() const {
+        state_.gate.leave([this] { state_.file->unlock(); });
+    }
+
+    const State& state_;
+    MDB_txn* transaction_ = nullptr;
+    mutable Place childLists_;
+    mutable Place others_;
+};
+
+// The writer's turn and lock.
+class SimpleLMDB::Writing {
+  public:
+    explicit Writing(const State& state) : alone_(state.gate), file_(state.openFile()) {
+        file_.lockForCommit();
+    }
+    ~Writing() { file_.unlock(); }
+    Writing(const Writing&) = delete;
+    Writing& operator=(const Writing&) = delete;
+
+    const LMDBFile& file() const { return file_; }
+
+  private:
+    const ReadersGate::Alone alone_;
+    const LMDBFile& file_;
 };
 
 SimpleLMDB::SimpleLMDB() : state_(std::make_unique<State>()) {
@@ -303,49 +143,31 @@ SimpleLMDB::SimpleLMDB() : state_(std::make_unique<State>()) {
 SimpleLMDB::~SimpleLMDB() = default;
 
 void SimpleLMDB::open(const std::string& file, const Options& options) {
-    std::lock_guard alone(state_->mutex);
+    const ReadersGate::Alone alone(state_->gate);
     state_->close();
-    state_->file = file;
-    try {
-        state_->openFile(options.readOnly);
-        if (state_->readOnly && state_->locks->fileSize() == 0) throw LMDBError(ENOENT, file);
-        const bool isNew = state_->locks->fileSize() == 0;
-        {
-            const HeldByte held(*state_->locks,
-                                isNew ? FileRangesLock::Mode::exclusive : FileRangesLock::Mode::shared);
-            state_->checkPages();
-            state_->openEnvironment(options.mapSize);
-            if (state_->findDatabase()) return;
-        }
-        const HeldByte held(*state_->locks, state_->readOnly ? FileRangesLock::Mode::shared
-                                                             : FileRangesLock::Mode::exclusive);
-        if (state_->readOnly || state_->holdsSomethingElse()) throw LMDBError(MDB_INVALID, file);
-        state_->openDatabase();
-    } catch (...) {
-        state_->close();
-        throw;
-    }
+    state_->path = file;
+    state_->file = std::make_unique<LMDBFile>(file, options.mapSize, options.readOnly);
 }
 
 void SimpleLMDB::close() {
-    std::lock_guard alone(state_->mutex);
+    const ReadersGate::Alone alone(state_->gate);
     state_->close();
 }
 
 bool SimpleLMDB::isOpen() const {
-    std::lock_guard alone(state_->mutex);
-    return state_->isOpen();
+    const ReadersGate::Alone alone(state_->gate);
+    return state_->file != nullptr;
 }
 
 bool SimpleLMDB::isReadOnly() const {
-    std::lock_guard alone(state_->mutex);
-    return state_->readOnly;
+    const ReadersGate::Alone alone(state_->gate);
+    return state_->file && state_->file->isReadOnly();
 }
 
 LMDBStats SimpleLMDB::stats() const {
     const Reading reading(*state_);
     MDB_stat stat;
-    state_->check(mdb_stat(reading.snapshot().transaction(), state_->database, &stat));
+    reading.file().check(mdb_stat(reading.transaction(), reading.file().database(), &stat));
     return {stat.ms_psize,
             stat.ms_depth,
             static_cast<std::int64_t>(stat.ms_branch_pages),
@@ -356,39 +178,49 @@ LMDBStats SimpleLMDB::stats() const {
 
 std::optional<std::string> SimpleLMDB::get(std::string_view group, std::string_view key) const {
     const Reading reading(*state_);
-    const auto found = reading.snapshot().get(joined(group, key));
+    const auto found = reading.get(joined(group, key));
     if (!found) return std::nullopt;
     return std::string(*found);
 }
 
 void SimpleLMDB::read(const std::function<void(const Snapshot&)>& use) const {
     const Reading reading(*state_);
-    use(reading.snapshot());
+    use(reading);
 }
 
 namespace {
 
 // Where a scan stands between its batches.
 struct ScanPlace {
-    std::string_view prefix;
-    std::string lastKey;  // delivered already; empty before the first batch
+    const SimpleLMDB::KeyRange& range;
+    std::string lastKey{};  // delivered already; empty before the first batch
     bool atEnd = false;
 };
 
+// As the library's own order, but without a call: the answer mostly lies in the first bytes.
+bool isBefore(std::string_view key, std::string_view end) {
+    const std::size_t length = std::min(key.size(), end.size());
+    for (std::size_t i = 0; i < length; ++i) {
+        if (key[i] != end[i]) return static_cast<unsigned char>(key[i]) < static_cast<unsigned char>(end[i]);
+    }
+    return key.size() < end.size();
+}
+
 int firstKeyOfBatch(MDB_cursor* cursor, const ScanPlace& place, MDB_val& key, MDB_val& value) {
-    if (place.lastKey.empty() && place.prefix.empty()) return mdb_cursor_get(cursor, &key, &value, MDB_FIRST);
-    key = valOf(place.lastKey.empty() ? place.prefix : place.lastKey);
+    if (place.lastKey.empty() && place.range.first.empty())
+        return mdb_cursor_get(cursor, &key, &value, MDB_FIRST);
+    key = valOf(place.lastKey.empty() ? place.range.first : place.lastKey);
     const int result = mdb_cursor_get(cursor, &key, &value, MDB_SET_RANGE);
     if (result != MDB_SUCCESS || place.lastKey.empty() || viewOf(key) != place.lastKey) return result;
     return mdb_cursor_get(cursor, &key, &value, MDB_NEXT);
 }
 
-void takeBatch(MDB_cursor* cursor, ScanPlace& place, int batchSize,
-               const std::function<bool(std::string_view, std::string_view)>& take) {
+void takeBatch(MDB_cursor* cursor, ScanPlace& place, int batchSize, const SimpleLMDB::Take& take) {
+    const std::string_view end = place.range.end;
     MDB_val key;
     MDB_val value;
     int result = firstKeyOfBatch(cursor, place, key, value);
-    for (int taken = 0; result == MDB_SUCCESS && viewOf(key).starts_with(place.prefix);) {
+    for (int taken = 0; result == MDB_SUCCESS && (end.empty() || isBefore(viewOf(key), end));) {
         if (!take(viewOf(key), viewOf(value))) break;
         if (++taken == batchSize) {
             place.lastKey = viewOf(key);
@@ -401,18 +233,30 @@ void takeBatch(MDB_cursor* cursor, ScanPlace& place, int batchSize,
 
 }  // namespace
 
-void SimpleLMDB::scan(std::string_view prefix, int batchSize,
-                      const std::function<bool(std::string_view key, std::string_view value)>& take,
+SimpleLMDB::KeyRange SimpleLMDB::KeyRange::withPrefix(std::string_view prefix) {
+    KeyRange range{std::string(prefix), std::string(prefix)};
+    while (!range.end.empty() && range.end.back() == '\xFF')
+        range.end.pop_back();
+    if (!range.end.empty()) ++range.end.back();
+    return range;
+}
+
+void SimpleLMDB::scan(const KeyRange& range, int batchSize, const Take& take,
                       const std::function<bool()>& betweenBatches) const {
-    ScanPlace place{.prefix = prefix, .lastKey = {}};
+    ScanPlace place{range};
     if (batchSize < 1) return;
     while (!place.atEnd) {
         {
             const Reading reading(*state_);
-            takeBatch(reading.snapshot().cursor().get(), place, batchSize, take);
+            takeBatch(cursorOf(reading.file(), reading.transaction()).get(), place, batchSize, take);
         }
         if (!betweenBatches()) return;
     }
+}
+
+void SimpleLMDB::scan(std::string_view prefix, int batchSize, const Take& take,
+                      const std::function<bool()>& betweenBatches) const {
+    scan(KeyRange::withPrefix(prefix), batchSize, take, betweenBatches);
 }
 
 void SimpleLMDB::keyValuesWith(
@@ -433,19 +277,18 @@ void SimpleLMDB::keyValuesWith(
 }
 
 void SimpleLMDB::write(std::span<const Write> writes) {
-    std::lock_guard alone(state_->mutex);
-    const HeldByte held(state_->locksForWriting(), FileRangesLock::Mode::exclusive);
-    Transaction transaction(state_->environment, 0, state_->file);
+    const Writing writing(*state_);
+    const LMDBFile& file = writing.file();
+    LMDBTransaction transaction(file, 0);
     {
         // One cursor for all: with ascending keys it mostly stays in its page.
-        const CursorPointer cursor =
-            kestrix::Snapshot(transaction.get(), state_->database, state_->file).cursor();
+        const CursorPointer cursor = cursorOf(file, transaction.get());
         for (const Write& one : writes) {
             MDB_val key = valOf(one.key);
             MDB_val value = valOf(one.value.value_or(std::string_view()));
             const int result = one.value ? mdb_cursor_put(cursor.get(), &key, &value, 0)
-                                         : mdb_del(transaction.get(), state_->database, &key, nullptr);
-            if (result != MDB_NOTFOUND) state_->check(result);
+                                         : mdb_del(transaction.get(), file.database(), &key, nullptr);
+            if (result != MDB_NOTFOUND) file.check(result);
         }
     }
     transaction.commit();
@@ -470,40 +313,37 @@ void SimpleLMDB::deleteValue(std::string_view group, std::string_view key) {
 }
 
 void SimpleLMDB::empty() {
-    std::lock_guard alone(state_->mutex);
-    const HeldByte held(state_->locksForWriting(), FileRangesLock::Mode::exclusive);
-    Transaction transaction(state_->environment, 0, state_->file);
-    state_->check(mdb_drop(transaction.get(), state_->database, 0));
+    const Writing writing(*state_);
+    LMDBTransaction transaction(writing.file(), 0);
+    writing.file().check(mdb_drop(transaction.get(), writing.file().database(), 0));
     transaction.commit();
 }
 
 bool SimpleLMDB::beginBuilding() {
-    std::lock_guard alone(state_->mutex);
-    const FileRangesLock& locks = state_->locksForWriting();
-    if (state_->building || !locks.tryLock(kBuilderByte)) return false;
+    const ReadersGate::Alone alone(state_->gate);
+    const LMDBFile& file = state_->openFile();
+    if (state_->building || !file.tryLockForBuilding()) return false;
     state_->building = true;
     return true;
 }
 
 void SimpleLMDB::endBuilding() {
-    std::lock_guard alone(state_->mutex);
-    if (state_->building) state_->locks->unlock(kBuilderByte);
+    const ReadersGate::Alone alone(state_->gate);
+    if (state_->building) state_->file->unlockFromBuilding();
     state_->building = false;
 }
 
 std::unique_ptr<FileRangesLock> SimpleLMDB::keepBuildersOut(const std::string& file) {
-    auto locks = std::make_unique<FileRangesLock>(file, FileRangesLock::Access::createIfMissing);
-    return locks->tryLock(kBuilderByte) ? std::move(locks) : nullptr;
+    return LMDBFile::lockedForBuilding(file);
 }
 
 void SimpleLMDB::copyCompacted(const std::string& newFile) const {
-    std::lock_guard alone(state_->mutex);
-    const HeldByte held(state_->openLocks(), FileRangesLock::Mode::shared);
+    const Reading reading(*state_);
     removeFile(newFile);
-    const int result = mdb_env_copy2(state_->environment, newFile.c_str(), MDB_CP_COMPACT);
+    const int result = mdb_env_copy2(reading.file().environment(), newFile.c_str(), MDB_CP_COMPACT);
     if (result == MDB_SUCCESS) return;
     removeFile(newFile);
-    throw LMDBError(trueCauseOf(result, newFile), newFile);
+    throw LMDBError(LMDBFile::trueCauseOf(result, newFile), newFile);
 }
 
 }  // namespace kestrix

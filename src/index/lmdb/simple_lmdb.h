@@ -2,7 +2,7 @@
 //
 // LMDB is opened without its own locking, because its lock file would have to lie beside every catalog, also
 // on network disks. Under that flag a read transaction that outlives three commits sees pages of other
-// generations, and two writers destroy the file. So this type locks for it: a mutex among the threads of the
+// generations, and two writers destroy the file. So this type locks for it: a gate among the threads of the
 // process, and advisory locks on the file itself among processes (open file description locks, fcntl(2)):
 //
 //     reader    shared, for one batch or one lookup
@@ -84,14 +84,24 @@ class SimpleLMDB {
     // Calls `use` under the reader's lock. Keep it short: it holds up the writer.
     void read(const std::function<void(const Snapshot&)>& use) const;
 
-    // Scans the keys that begin with `prefix`, in key order, `batchSize` entries per read transaction and
-    // lock. `take` gets views (key with its group letter, value) and is called with the lock held: it only
-    // looks and keeps; false ends the scan. `betweenBatches` is called without the lock after each batch,
-    // also after the last; false ends the scan. A concurrent writer is seen between batches, and no key comes
-    // twice.
+    // The keys from `first` up to `end`, which is not one of them; an empty `end` stands for no end.
+    struct KeyRange {
+        std::string first;
+        std::string end;
+
+        static KeyRange withPrefix(std::string_view prefix);
+    };
+    // Scans the keys of a range in key order, `batchSize` entries per read transaction and lock. `take` gets
+    // views (key with its group letter, value) and is called with the lock held: it only looks and keeps;
+    // false ends the scan. `betweenBatches` is called without the lock after each batch, also after the last;
+    // false ends the scan. A concurrent writer is seen between batches, and no key comes twice. Several
+    // threads may scan at once.
     static constexpr int kBatchSize = 2500;
-    void scan(std::string_view prefix, int batchSize,
-              const std::function<bool(std::string_view key, std::string_view value)>& take,
+    using Take = std::function<bool(std::string_view key, std::string_view value)>;
+    void scan(const KeyRange& range, int batchSize, const Take& take,
+              const std::function<bool()>& betweenBatches) const;
+    // The keys that begin with `prefix`.
+    void scan(std::string_view prefix, int batchSize, const Take& take,
               const std::function<bool()>& betweenBatches) const;
 
     // Copies, handed over without the lock. Keys that are not UTF-8 are left out.
@@ -126,6 +136,7 @@ class SimpleLMDB {
   private:
     struct State;
     class Reading;
+    class Writing;
     std::string id_;
     std::unique_ptr<State> state_;
 };
