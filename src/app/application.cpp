@@ -191,6 +191,15 @@ FavoriteFolders& Application::favoriteFolders() {
     return lazily(favoriteFolders_, preferences(), notifications(), folders().home);
 }
 
+HierarchicalDatabase& Application::state() {
+    if (!state_) {
+        auto opened = std::make_unique<HierarchicalDatabase>(clock());
+        opened->openStore(folders().data + "/state.sqlite", options_.stateDamaged);
+        state_ = std::move(opened);
+    }
+    return *state_;
+}
+
 QueryEnvironment Application::queryEnvironment(std::string_view line) {
     const bool needsLanguage = line.find(':') != std::string_view::npos || !sentencesPath().empty();
     return {preferences(), needsLanguage ? language() : noLanguage_};

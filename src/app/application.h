@@ -35,6 +35,7 @@
 #include "shell/logger.h"
 #include "shell/preferences.h"
 #include "stores/favorite_folders.h"
+#include "stores/hierarchical_database.h"
 #include "stores/history.h"
 #include "stores/recents.h"
 #include "stores/saved_searches.h"
@@ -47,6 +48,7 @@ struct ApplicationOptions {
     std::string buildNumber;
     GuruMeditation::ShowAlert showAlert;
     SettingsStore::Damaged settingsDamaged;
+    HierarchicalDatabase::Damaged stateDamaged{};
     Clock& clock = Clock::system();
     MountTable& mounts = MountTable::system();
     std::optional<UserFolders> folders{};  // none: those of the environment
@@ -66,9 +68,9 @@ struct SearchPlan {
 
 // Each service is made when it is first asked for, after those it builds on, and all go in reverse order of
 // their declaration: a command that needs three of them pays for three. Nothing is read or written by making
-// one. Threads: the accessors belong to the thread that runs the main queue; what they return may be used as
-// its own header says. Must outlive every search that was started with it, also one that was stopped and is
-// still winding down.
+// one, but for `state`. Threads: the accessors belong to the thread that runs the main queue; what they
+// return may be used as its own header says. Must outlive every search that was started with it, also one
+// that was stopped and is still winding down.
 class Application {
   public:
     explicit Application(ApplicationOptions options);
@@ -109,6 +111,9 @@ class Application {
     RecentItems& recentItems();
     RecentLocations& recentLocations();
     FavoriteFolders& favoriteFolders();
+    // Where a front end keeps what it knows of its windows; the command line has none. Made with its file
+    // when first asked for. Throws Error if the file cannot be used.
+    HierarchicalDatabase& state();
 
     // For this line. Makes the language only if it can hold sentences, or if the user brought a file of his
     // own, whose faults are to be told at once.
@@ -145,6 +150,7 @@ class Application {
     std::unique_ptr<RecentItems> recentItems_;
     std::unique_ptr<RecentLocations> recentLocations_;
     std::unique_ptr<FavoriteFolders> favoriteFolders_;
+    std::unique_ptr<HierarchicalDatabase> state_;
     std::unique_ptr<UTIAssistant> typeNames_;
     std::unique_ptr<KindTexts> kindTexts_;
     std::unique_ptr<LabelTagManager> tags_;

@@ -1,6 +1,7 @@
 #include "results/results_content.h"
 
 #include <algorithm>
+#include <atomic>
 #include <iterator>
 #include <string_view>
 #include <unordered_set>
@@ -50,7 +51,7 @@ class ResultsContent::State : public std::enable_shared_from_this<State> {
     }
     void merge(UINodes nodes, std::function<void()> onCompletion) {
         resultsMergeQueue_.add([this, nodes = std::move(nodes), onCompletion = std::move(onCompletion),
-                                search = search_]() mutable {
+                                search = search_.load()]() mutable {
             mergeNow(std::move(nodes));
             show(search, std::move(onCompletion));
         });
@@ -59,17 +60,19 @@ class ResultsContent::State : public std::enable_shared_from_this<State> {
         resultsMergeQueue_.cancelAllOperations();
         waiting_.modify([](auto& waiting) { waiting.clear(); });
         ++search_;
-        change([this] {
-            resultsContentMap_.clear();
-            setList({});
-        });
+        emptyList();
     }
+    void stopReading() { ++search_; }
     NodeOrder wantedOrder() const { return wanted_.get(); }
     void sortBy(Column column, bool reversed) {
         wanted_.modify([&](NodeOrder& order) {
             order.column = column;
             order.reversed = reversed;
         });
+        resort();
+    }
+    void breakTiesByPath() {
+        wanted_.modify([](NodeOrder& order) { order.tiesByPath = true; });
         resort();
     }
     void resort() {
@@ -81,18 +84,26 @@ class ResultsContent::State : public std::enable_shared_from_this<State> {
     void substitute(UINodePtr old, UINodePtr replacement);
     void rowsInView(const UINodes& rows);
     void cancelOperations();
-    void waitUntilAtRest() {
+    std::shared_ptr<const UINodes> waitUntilAtRest() {
         checkUpdateQueue_.waitUntilAllOperationsAreFinished();
         resultsMergeQueue_.waitUntilAllOperationsAreFinished();
+        return resultsContent_;
     }
 
   private:
     // Main queue. Does the work on the merge queue, then shows the list.
     template <typename Work>
     void change(Work work) {
-        resultsMergeQueue_.add([this, work = std::move(work), search = search_] {
+        resultsMergeQueue_.add([this, work = std::move(work), search = search_.load()] {
             work();
             show(search, nullptr);
+        });
+    }
+    void emptyList() {
+        change([this, search = search_.load()] {
+            resultsContentMap_.clear();
+            setList({});
+            listIsOfSearch_ = search;
         });
     }
     void renewRules() {
@@ -119,16 +130,21 @@ class ResultsContent::State : public std::enable_shared_from_this<State> {
 
     // Main queue.
     Query lastQueryContainer_;
-    int search_ = 0;  // number of the present search: what belongs to one before is not shown any more
 
-    Locked<NodeOrder> wanted_;  // written on the main queue
+    // Written on the main queue. The number of the present search: what belongs to one before is not shown
+    // any more, and nothing is read for it.
+    std::atomic<int> search_ = 0;
+    Locked<NodeOrder> wanted_;
     Locked<std::unordered_set<UINodePtr>> waiting_;
 
     // Merge queue.
     std::shared_ptr<const UINodes> resultsContent_ = std::make_shared<const UINodes>();
     std::unordered_set<std::string_view> resultsContentMap_;  // paths of the nodes, which hold the texts
     NodeOrder order_;                                         // in which the list stands
-    bool isInOrder_ = true;                                   // false: something was changed since
+    int listIsOfSearch_ = 0;                                  // the search whose rows these are
+
+    // False: something was changed since the list was sorted. Also cleared on the main queue.
+    std::atomic<bool> isInOrder_ = true;
 
     OperationQueue checkUpdateQueue_{kChecksAtOnce, "checkUpdateQueue"};
     SerialQueue resultsMergeQueue_{"resultsMergeQueue"};
@@ -225,7 +241,7 @@ void ResultsContent::State::rowsInView(const UINodes& rows) {
                              [&](const UINodePtr& node) { return waiting.insert(node).second; });
     });
     for (const UINodePtr& node : added) {
-        checkUpdateQueue_.add([this, node, query = lastQueryContainer_, search = search_] {
+        checkUpdateQueue_.add([this, node, query = lastQueryContainer_, search = search_.load()] {
             checkUpdate(node, query, search);
         });
     }
@@ -234,7 +250,9 @@ void ResultsContent::State::rowsInView(const UINodes& rows) {
 void ResultsContent::State::checkUpdate(const UINodePtr& node, const Query& query, int search) {
     const bool isStillInView = waiting_.modify([&](auto& waiting) { return waiting.erase(node) > 0; });
     if (!isStillInView) return;
-    const auto result = node->visibleOnScreenChecks(query.get(), checks_);
+    VisibleCheckEnvironment checks = checks_;
+    checks.isStopped = [this, search] { return search != search_; };
+    const auto result = node->visibleOnScreenChecks(query.get(), checks);
     if (result == UINode::VisibleCheckResult::none) return;
     mainQueue_.post([weak = weak_from_this(), result, node, search] {
         if (const auto self = weak.lock()) self->apply(result, node, search);
@@ -245,14 +263,15 @@ void ResultsContent::State::checkUpdate(const UINodePtr& node, const Query& quer
 void ResultsContent::State::apply(UINode::VisibleCheckResult result, const UINodePtr& node, int search) {
     if (search != search_) return;
     if (result == UINode::VisibleCheckResult::remove) return removeItems({node->path()});
-    resultsMergeQueue_.add([this] { isInOrder_ = isInOrder_ && order_.column != Column::kind; });
+    if (wantedOrder().column == Column::kind) isInOrder_ = false;
     view_.reloadNode(node);
 }
 
-// An order that was asked for is not given up with the rows.
+// Rows of an earlier search are not kept, and an order that was asked for is not given up with the rows.
 void ResultsContent::State::cancelOperations() {
     resultsMergeQueue_.cancelAllOperations();
     resultsMergeQueue_.waitUntilAllOperationsAreFinished();
+    if (listIsOfSearch_ != search_) emptyList();
     if (order_ != wanted_.get()) resort();
 }
 
@@ -260,7 +279,10 @@ ResultsContent::ResultsContent(ResultsContentView& view, MainQueue& mainQueue, c
                                VisibleCheckEnvironment checks)
     : state_(std::make_shared<State>(view, mainQueue, preferences, std::move(checks))) {}
 
-ResultsContent::~ResultsContent() = default;
+// Rather than until a document is read to its end, this waits until its reader looks up.
+ResultsContent::~ResultsContent() {
+    state_->stopReading();
+}
 
 void ResultsContent::addResults(UINodes nodes, Query query) {
     state_->addResults(std::move(nodes), std::move(query));
@@ -284,6 +306,10 @@ bool ResultsContent::currentColumnReversed() const {
 
 void ResultsContent::sortBy(Column column, bool reversed) {
     state_->sortBy(column, reversed);
+}
+
+void ResultsContent::breakTiesByPath() {
+    state_->breakTiesByPath();
 }
 
 void ResultsContent::resortResults() {
@@ -310,8 +336,8 @@ void ResultsContent::cancelOperations() {
     state_->cancelOperations();
 }
 
-void ResultsContent::waitUntilAtRest() {
-    state_->waitUntilAtRest();
+std::shared_ptr<const UINodes> ResultsContent::waitUntilAtRest() {
+    return state_->waitUntilAtRest();
 }
 
 }  // namespace kestrix

@@ -50,6 +50,9 @@ class ResultsContent {
     bool currentColumnReversed() const;
     // Sorts by another column, the children of each node, too.
     void sortBy(Column column, bool reversed);
+    // From now on rows that are equal stand in the order of their paths, for lists that are to come out the
+    // same whatever order rows arrive in.
+    void breakTiesByPath();
     // Sorts again: settings that bear on the order have changed.
     void resortResults();
 
@@ -63,11 +66,12 @@ class ResultsContent {
     // in the background; one that has left the view before its check starts is not.
     void rowsInView(const UINodes& rows);
 
-    // Drops what waits to be merged and returns when the list is at rest. Rows that are there stay.
+    // Drops what waits to be merged and returns when the list is at rest. Rows of this search that are there
+    // stay.
     void cancelOperations();
-    // Returns when all that was asked for so far is done; its calls of the view may still wait on the main
-    // queue.
-    void waitUntilAtRest();
+    // Returns when all that was asked for so far is done, with the list as it stands then; calls of the view
+    // may still wait on the main queue.
+    std::shared_ptr<const UINodes> waitUntilAtRest();
 
   private:
     class State;

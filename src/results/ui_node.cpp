@@ -146,7 +146,7 @@ UINode::VisibleCheckResult UINode::visibleOnScreenChecks(const QueryContainer* q
     bool looksDifferent = strikeThroughIfMissing(environment);
     readLabels();
     looksDifferent |= noteAlias();
-    looksDifferent |= collectContentIfNeeded(query, environment.collectSummary);
+    looksDifferent |= collectContentIfNeeded(query, environment);
     return looksDifferent ? VisibleCheckResult::reload : VisibleCheckResult::none;
 }
 
@@ -174,11 +174,13 @@ bool UINode::noteAlias() {
     return true;
 }
 
-bool UINode::collectContentIfNeeded(const QueryContainer* query, const SummaryCollector& collect) {
+bool UINode::collectContentIfNeeded(const QueryContainer* query, const VisibleCheckEnvironment& environment) {
     if (!query || !tryCollectSummaryLines_) return false;
     SearchResult record = suppliedSearchResult();
     const bool isCollected = record.content && !record.content->summaryLines.empty();
-    if (!isCollected && collect) record.content = collect(record, *query);
+    if (!isCollected && environment.collectSummary) {
+        record.content = environment.collectSummary(record, *query, environment.isStopped);
+    }
     tryCollectSummaryLines_ = false;
     if (!record.content || record.content->summaryLines.empty()) return false;
     takeFindings(std::move(record.content));

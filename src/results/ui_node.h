@@ -25,10 +25,12 @@ using UINodePtr = std::shared_ptr<UINode>;
 using UINodes = std::vector<UINodePtr>;
 using UINodeWords = std::shared_ptr<const std::vector<std::string>>;
 
+using IsStopped = std::function<bool()>;
 // Reads the file of a record for the content command of the query, and returns what it found; nullptr for
-// nothing. May block for long; called on background threads, from several at once. See content_summary.h.
-using SummaryCollector = std::function<std::shared_ptr<const ContentFindings>(const SearchResult& record,
-                                                                              const QueryContainer& query)>;
+// nothing. May block for long, though not once `isStopped`, which may be empty, says so; called on background
+// threads, from several at once. See content_summary.h.
+using SummaryCollector = std::function<std::shared_ptr<const ContentFindings>(
+    const SearchResult& record, const QueryContainer& query, const IsStopped& isStopped)>;
 
 // What the nodes of one list are made with. Kinds and clock outlive the nodes.
 struct UINodeEnvironment {
@@ -43,6 +45,8 @@ struct VisibleCheckEnvironment {
     std::function<bool(const SearchResult& record)> volumeIsReachable{};
     // Empty: rows get no summary lines but those their record brings along.
     SummaryCollector collectSummary{};
+    // Whether nobody waits for the lines any more.
+    IsStopped isStopped{};
 };
 
 // One row: a file, a folder, or one summary line under a file. Making one touches no file and takes a
@@ -122,6 +126,10 @@ class UINode {
     VisibleCheckResult visibleOnScreenChecks(const QueryContainer* query,
                                              const VisibleCheckEnvironment& environment);
 
+    // Gives the row the summary lines that are still to be collected; whether it got any. Part of the checks
+    // above; for front ends that show rows without a view of them, too.
+    bool collectContentIfNeeded(const QueryContainer* query, const VisibleCheckEnvironment& environment);
+
     // The key of the name that sorting compares, made when first asked for and kept.
     const std::string& nameSortKey() const;
     const KindTexts::Kind& displayedKind() const;
@@ -136,7 +144,6 @@ class UINode {
     bool strikeThroughIfMissing(const VisibleCheckEnvironment& environment);
     void readLabels();
     bool noteAlias();
-    bool collectContentIfNeeded(const QueryContainer* query, const SummaryCollector& collect);
     void takeFindings(std::shared_ptr<const ContentFindings> findings);
 
     SearchResult record_;  // never changes; findings collected later stand in details_

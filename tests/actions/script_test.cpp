@@ -62,25 +62,25 @@ class ScriptTest : public ::testing::Test {
     Scripter scripter_{folder_.path("scripts"), &failures_};
 };
 
-TEST_F(ScriptTest, TheFilesComeFirstThenTheArguments) {
-    EXPECT_EQ(outputOf(script("a.shell"), {"/x/one two", "/x/$(id)"}, {"and", "more"}),
-              "/x/one two|/x/$(id)|and|more|");
-    EXPECT_EQ(outputOf(script("bare.shell", "printf '%s|' \"$@\"\n"), {"/x"}), "/x|");
+TEST_F(ScriptTest, TheFilesComeFirstThenTheArgumentsAndTheLogHoldsWhatTheScriptWrote) {
+    Logger logger(folder_.path("cache"), loop_);
+    Logger::shared = &logger;
+    Logger::shouldLog = true;
+    EXPECT_EQ(outputOf(script("a.shell"), {"/x/one two", "/x/$(id)", "\xff"}, {"and", "more"}),
+              "/x/one two|/x/$(id)|\xff|and|more|");
+    const std::string log = logger.logContents().value_or("");
+    EXPECT_NE(log.find("a:/x/one two|/x/$(id)|\uFFFD|and|more|"), std::string::npos) << log;
+    Logger::shouldLog = false;
+    Logger::shared = nullptr;
 }
 
 TEST_F(ScriptTest, OnlyKnownExtensionsAreScriptsAndAMissingOneDoesNothing) {
     EXPECT_EQ(outputOf(script("a.sh")), "not run");
     EXPECT_EQ(outputOf(script("a.swift")), "|");
+    EXPECT_EQ(outputOf(script("bare.shell", "printf '%s|' \"$@\"\n"), {"/x"}), "/x|");
     EXPECT_EQ(outputOf(folder_.path("scripts/none.shell")), "not run");
     EXPECT_EQ(outputOf(folder_.path("scripts/none.scpt")), "not run");
     EXPECT_EQ(alertsOf([&] { scripter_.runScript(folder_.path("none.shell"), {}, {}); }), Texts{});
-}
-
-TEST_F(ScriptTest, WithoutTheExecuteBitTheFailureSaysHowToSetIt) {
-    const std::string path = folder_.file("scripts/plain.shell", "#!/bin/sh\n");
-    EXPECT_EQ(std::string(failureOf(path).what()),
-              "Add executable permissions to the script.\nchmod +x '" + path + "'");
-    EXPECT_EQ(failureOf(path).code(), 13);
 }
 
 TEST_F(ScriptTest, WhatCannotBeRunHereIsRefusedWithOneLine) {
@@ -90,6 +90,10 @@ TEST_F(ScriptTest, WhatCannotBeRunHereIsRefusedWithOneLine) {
         EXPECT_NE(std::string(failure.what()).find(name), std::string::npos);
         EXPECT_EQ(std::string(failure.what()).find('\n'), std::string::npos);
     }
+    const std::string plain = folder_.file("scripts/plain.shell", "#!/bin/sh\n");
+    EXPECT_EQ(std::string(failureOf(plain).what()),
+              "Add executable permissions to the script.\nchmod +x '" + plain + "'");
+    EXPECT_EQ(failureOf(plain).code(), 13);
     EXPECT_EQ(failureOf(script("c.swift", "print(1)\n")).code(), 13) << "only /bin/sh may read a bare text";
     EXPECT_EQ(alertsOf([&] { scripter_.runShortcut("Tidy"); }).size(), 1u);
 }
@@ -103,17 +107,6 @@ TEST_F(ScriptTest, AFailingScriptIsToldWithItsStatusAndFirstComplaint) {
     EXPECT_EQ(alerts, Texts{"the script \"bad\" ended with status 3: no disk"});
     EXPECT_EQ(code, 3);
     EXPECT_EQ(scripter_.failuresSoFar(), 1u);
-}
-
-TEST_F(ScriptTest, TheLogHoldsTheNameAndWhatTheScriptWrote) {
-    Logger logger(folder_.path("cache"), loop_);
-    Logger::shared = &logger;
-    Logger::shouldLog = true;
-    scripter_.run(script("hello.shell", "#!/bin/sh\nprintf 'h\\303\\244 \\377'\n"), {}, {});
-    const std::string log = logger.logContents().value_or("");
-    EXPECT_NE(log.find("hello:h\u00E4 \uFFFD"), std::string::npos) << log;
-    Logger::shouldLog = false;
-    Logger::shared = nullptr;
 }
 
 TEST_F(ScriptTest, TheListLeavesOutHiddenFilesAndTheHelper) {
@@ -207,14 +200,6 @@ TEST_F(ScriptCommandTest, ItsTextParsesToTheSameCommand) {
             EXPECT_EQ(again->varArg()[i].wildcard, first->varArg()[i].wildcard);
         }
     }
-}
-
-TEST_F(ScriptCommandTest, RunHandsOverTheFilesThenTheWordsAsTyped) {
-    script("save.shell", "#!/bin/sh\nprintf '%s|' \"$@\" > \"$0.got\"\n");
-    query(": run save using Big words").commandOfType<ScriptCommand>()->run({"/a b", "/c"});
-    scripter_.waitUntilAllHaveEnded();
-    std::ifstream got(folder_.path("scripts/save.shell.got"));
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(got), {}), "/a b|/c|Big|words|");
 }
 
 }  // namespace

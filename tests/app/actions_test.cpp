@@ -38,8 +38,9 @@ TEST_F(ActionsTest, DeleteNeedsAYesAndTellsWhatIsLeft) {
     EXPECT_EQ(unasked.code, 2);
     EXPECT_NE(unasked.errors.find("--yes"), std::string::npos);
     EXPECT_TRUE(fs::exists(file));
-    const Outcome proc = program_.run({"delete", "--yes", "/proc", "/dev", tree, file, tree});
+    const Outcome proc = program_.run({"delete", "--yes", "/proc", "missing", "/dev", tree, file, tree});
     EXPECT_EQ(proc.code, 2);
+    EXPECT_NE(proc.errors.find("kestrix: cannot delete \"missing\""), std::string::npos) << proc.errors;
     EXPECT_NE(proc.errors.find("2 of 3 item(s) are left, the first is \"/proc\""), std::string::npos)
         << proc.errors;
     EXPECT_FALSE(fs::exists(tree));

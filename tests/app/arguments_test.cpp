@@ -61,10 +61,7 @@ TEST(Arguments, WrongUsageIsToldWithWhatWasMeant) {
 TEST(Arguments, WhatIsNotBuiltSaysSoWhateverStandsBehind) {
     EXPECT_EQ(complaint({"media", "serve", "/x", "--port"}), "media is not there yet in this version");
     EXPECT_EQ(parsed({"media", "serve"}).command->built, false);
-}
-
-TEST(Arguments, HelpNeedsNoOperands) {
-    EXPECT_TRUE(parsed({"settings", "get", "--help"}).has("help"));
+    EXPECT_TRUE(parsed({"settings", "get", "--help"}).has("help")) << "help needs no operands";
 }
 
 TEST(Arguments, NonsenseOfAMegabyteIsOneShortComplaint) {

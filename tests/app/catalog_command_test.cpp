@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
+#include "tests/app/child_process.h"
 #include "tests/app/program.h"
 
 namespace kestrix {
@@ -54,21 +55,40 @@ TEST_F(CatalogCommand, ACatalogIsMadeListedSearchedAndRemoved) {
     EXPECT_EQ(nlohmann::json::parse(run({"catalog", "list", "--json"}).output).size(), 1u);
     std::filesystem::remove(tree() + "/report.txt");
     EXPECT_EQ(find().output, tree() + "/report.txt\n" + tree() + "/deep/report 2.txt\n");
+    program_.folder().file("tree/new report");
+    const Outcome updated = run({"catalog", "update"});
+    EXPECT_EQ(updated.output.rfind("\"My tree\": 2 files, 1 new or changed, ", 0), 0u) << updated.output;
     EXPECT_EQ(run({"catalog", "verify", "My tree"}).code, 0);
     const std::string dump = run({"catalog", "dump", file}).output;
-    EXPECT_EQ(std::ranges::count(dump, '\n'), 7) << dump;
+    EXPECT_EQ(std::ranges::count(dump, '\n'), 8) << dump;
     EXPECT_NE(dump.find("\"name\":\"report 2.txt\""), std::string::npos) << dump;
     EXPECT_EQ(run({"catalog", "remove", "My tree"}).code, 0);
     EXPECT_FALSE(std::filesystem::exists(file));
     EXPECT_EQ(find().code, 1);
 }
 
-TEST_F(CatalogCommand, AnUpdateBringsInWhatIsNew) {
-    run({"catalog", "add", tree()});
-    program_.folder().file("tree/new report");
+// A document that is never done holds the build up, so that the signal comes in its midst.
+TEST_F(CatalogCommand, CtrlCStopsABuildWithoutHarm) {
+    program_.setVariable("KESTRIX_IMPORT_HELPER", KESTRIX_FAULTY_HELPER);
+    const std::string endless = program_.folder().file("tree/deep/endless.pdf", "slow");
+    const pid_t adding = program_.startSilently({"catalog", "add", tree(), "--words"});
+    ASSERT_NE(awaitChildOf(adding), 0);
+    ::kill(adding, SIGINT);
+    int status = 0;
+    ::waitpid(adding, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 128 + SIGINT) << status;
+    EXPECT_EQ(run({"catalog", "verify", "tree"}).code, 0);
+    EXPECT_EQ(factsOf("tree")["files"], nullptr) << "it was not finished";
+    EXPECT_EQ(run({"catalog", "failed", "tree"}).code, 1) << "nothing is wrong with the document";
+    program_.folder().file("tree/deep/endless.pdf", "words");
     const Outcome updated = run({"catalog", "update"});
-    EXPECT_EQ(updated.output.rfind("\"tree\": 3 files, 1 new or changed, ", 0), 0u) << updated.output;
-    EXPECT_NE(find().output.find("new report"), std::string::npos);
+    EXPECT_EQ(updated.output.rfind("\"tree\": 3 files, ", 0), 0u) << updated.output;
+    const auto findTwo = [&] {
+        return run({"find", ": content two", "--in", tree(), "--source", "catalog", "--no-history"}).output;
+    };
+    EXPECT_EQ(findTwo(), endless + "\n");
+    std::filesystem::remove(endless);
+    EXPECT_EQ(findTwo(), "") << "what has gone holds no words";
 }
 
 TEST_F(CatalogCommand, WhatCannotBeDoneIsRefusedInOneLine) {
@@ -113,6 +133,8 @@ TEST_F(CatalogCommand, AMirrorGivesTheCatalogToAnotherHome) {
     program_.setHome(program_.folder().path("second home"));
     EXPECT_EQ(run({"catalog", "add", mirror}).code, 0);
     EXPECT_EQ(find().code, 0);
+    EXPECT_EQ(run({"catalog", "remove", "mirror"}).code, 0);
+    EXPECT_TRUE(std::filesystem::exists(mirror)) << "a file that was taken in is its owner's";
 }
 
 TEST_F(CatalogCommand, OneServiceIsEnough) {

@@ -11,17 +11,6 @@
 namespace kestrix {
 namespace {
 
-std::vector<std::string> sortedLines(const std::string& text) {
-    std::vector<std::string> lines;
-    for (std::size_t at = 0; at < text.size();) {
-        const std::size_t end = std::min(text.find('\n', at), text.size());
-        lines.push_back(text.substr(at, end - at));
-        at = end + 1;
-    }
-    std::sort(lines.begin(), lines.end());
-    return lines;
-}
-
 std::size_t countOf(const std::string& text, char c) {
     return static_cast<std::size_t>(std::count(text.begin(), text.end(), c));
 }
@@ -56,19 +45,21 @@ TEST_F(Find, PrintsThePathsOfWhatItFinds) {
         EXPECT_EQ(outcome.errors, "");
         EXPECT_EQ(outcome.code, 0);
     }
+    const Outcome told = find({"report 2016 -draft", "--stats"});
+    EXPECT_EQ(told.output, wanted + "\n");
+    for (const char* line :
+         {"results             1\n", "folders unreadable  0\n", "first result after", "peak memory"})
+        EXPECT_NE(told.errors.find(line), std::string::npos) << line;
 }
 
-TEST_F(Find, NothingFoundIsOne) {
-    const Outcome outcome = find({"absent"});
-    EXPECT_EQ(outcome.output + outcome.errors, "");
-    EXPECT_EQ(outcome.code, 1);
+TEST_F(Find, NothingFoundIsOneAndAnEmptyLineSaysSo) {
+    file("x");
+    const Outcome absent = find({"absent"});
+    EXPECT_EQ(absent.output + absent.errors, "");
+    EXPECT_EQ(absent.code, 1);
     EXPECT_EQ(find({"absent", "--count"}).output, "0\n");
     EXPECT_EQ(find({"absent", "--format", "csv"}).output,
               "name, path, size, mod date, creation date, kind, parent name\n");
-}
-
-TEST_F(Find, AnEmptyLineRunsNothingAndSaysSo) {
-    file("x");
     for (const char* form : {"path", "csv"}) {
         const Outcome outcome = find({"", "--format", form});
         EXPECT_EQ(outcome.output, "");
@@ -135,14 +126,10 @@ TEST_F(Find, SortsAndLimits) {
     EXPECT_EQ(names({"--count"}), "3\n");
     EXPECT_EQ(names({"--count", "--limit", "2"}), "2\n");
     EXPECT_EQ(names({"--source", "metadata", "--count"}), "0\n");
-}
-
-TEST_F(Find, TheSettingsPullFoldersToTheTopOfTheNames) {
-    const std::string hit = file("a hit"), folder = program_.folder().folder("tree/hit of mine");
-    EXPECT_EQ(find({"hit", "--sort", "name"}).output, hit + "\n" + folder + "\n");
+    const std::string folder = program_.folder().folder("tree/my hit") + "\n";
+    EXPECT_EQ(names({"--sort", "name"}), one + two + three + folder);
     program_.run({"settings", "set", "moveFoldersToTop", "true"});
-    EXPECT_EQ(find({"hit", "--sort", "name"}).output, folder + "\n" + hit + "\n");
-    EXPECT_EQ(find({"hit", "--sort", "size"}).output, hit + "\n" + folder + "\n");
+    EXPECT_EQ(names({"--sort", "name"}), folder + one + two + three);
 }
 
 TEST_F(Find, AnExportIsWhatTheTablesOfFindPrint) {
@@ -160,17 +147,28 @@ TEST_F(Find, AnExportIsWhatTheTablesOfFindPrint) {
     EXPECT_EQ(readWholeFile(list), "name, path, size, mod date, creation date, kind, parent name\n");
 }
 
-TEST_F(Find, AFolderBehindALinkIsSearched) {
+TEST_F(Find, SummaryLinesStandUnderWhatAWalkAndACatalogFind) {
+    const std::string one = file("a.txt", "A list. The yearly total: 7\n"),
+                      two = file("b.txt", "total, total");
+    EXPECT_EQ(program_.run({"catalog", "add", tree(), "--words"}).code, 0);
+    for (const char* source : {"walk", "catalog"}) {
+        const std::vector<std::string> sorted = {": content total", "--summary", "--sort", "name",
+                                                 "--source",        source};
+        EXPECT_EQ(find(sorted).output,
+                  one + "\n  …list. The yearly total: 7…\n" + two + "\n  …total…\n  …total…\n");
+        EXPECT_EQ(find({": content yearly", "--summary", "--source", source}).output,
+                  one + "\n  …list. The yearly total: 7…\n");
+    }
+}
+
+TEST_F(Find, AFolderBehindALinkIsSearchedAndAHiddenOneWhenAskedFor) {
     file("deep/hit.txt");
     std::filesystem::create_symlink(tree() + "/deep", program_.folder().path("link"));
     const Outcome outcome = program_.run({"find", "hit", "--in", program_.folder().path("link")});
     EXPECT_EQ(outcome.output, tree() + "/deep/hit.txt\n");
-}
-
-TEST_F(Find, HiddenPlacesAreSearchedWhenAskedFor) {
-    const std::string hidden = file(".secret/hit.txt");
-    EXPECT_EQ(find({"hit"}).code, 1);
-    EXPECT_EQ(find({"hit", "--system"}).output, hidden + "\n");
+    const std::string hidden = file(".secret/catch.txt");
+    EXPECT_EQ(find({"catch"}).code, 1);
+    EXPECT_EQ(find({"catch", "--system"}).output, hidden + "\n");
 }
 
 TEST_F(Find, ATerminalIsShownSafeNamesWithTheFoundWordsMarked) {
@@ -179,16 +177,6 @@ TEST_F(Find, ATerminalIsShownSafeNamesWithTheFoundWordsMarked) {
     EXPECT_EQ(program_.runOnTerminal(line).output, tree() + "/a \x1b[1;31mhit\x1b[0m\uFFFD[2J.txt\r\n");
     program_.setVariable("NO_COLOR", "1");
     EXPECT_EQ(program_.runOnTerminal(line).output, tree() + "/a hit\uFFFD[2J.txt\r\n");
-}
-
-TEST_F(Find, StatsGoToStandardError) {
-    file("hit.txt");
-    const Outcome outcome = find({"hit", "--stats"});
-    EXPECT_EQ(sortedLines(outcome.output).size(), 1u);
-    for (const char* wanted :
-         {"results             1\n", "folders unreadable  0\n", "first result after", "peak memory"}) {
-        EXPECT_NE(outcome.errors.find(wanted), std::string::npos) << wanted;
-    }
 }
 
 TEST_F(Find, UnreadableFoldersMatterOnlyToTheStrict) {
@@ -202,13 +190,6 @@ TEST_F(Find, UnreadableFoldersMatterOnlyToTheStrict) {
     EXPECT_EQ(strict.errors, "kestrix: 1 folder could not be read\n");
 }
 
-TEST_F(Find, AReaderThatLeavesIsANormalEnd) {
-    fillWithManyFiles(2000);
-    const Outcome outcome = find({"many"}, Reader::closesAfterFirst);
-    EXPECT_EQ(outcome.code, 0);
-    EXPECT_EQ(outcome.errors, "");
-}
-
 TEST_F(Find, AFullDiskOrAClosedOutputIsAFailure) {
     file("hit.txt");
     const Outcome full = program_.runInto("/dev/full", {"find", "hit", "--in", tree()});
@@ -219,20 +200,19 @@ TEST_F(Find, AFullDiskOrAClosedOutputIsAFailure) {
     EXPECT_EQ(closed.errors, "kestrix: cannot write to standard output: Bad file descriptor\n");
 }
 
-TEST_F(Find, AnInterruptKeepsWhatWasPrinted) {
+TEST_F(Find, AReaderThatLeavesIsANormalEndAndAnInterruptNeverHangs) {
     fillWithManyFiles(6000);
-    const Outcome outcome = find({"many"}, Reader::interruptsAndReads);
-    EXPECT_EQ(outcome.code, 130);
-    EXPECT_EQ(outcome.output.back(), '\n');
-}
-
-TEST_F(Find, AnInterruptEndsAProgramThatHangsInAFullPipe) {
-    fillWithManyFiles(2000);
-    EXPECT_EQ(find({"many"}, Reader::interruptsAndStalls).code, 130);
+    const Outcome left = find({"many"}, Reader::closesAfterFirst);
+    EXPECT_EQ(left.code, 0);
+    EXPECT_EQ(left.errors, "");
+    const Outcome interrupted = find({"many"}, Reader::interruptsAndReads);
+    EXPECT_EQ(interrupted.code, 130);
+    EXPECT_EQ(interrupted.output.back(), '\n');
+    EXPECT_EQ(find({"many"}, Reader::interruptsAndStalls).code, 130) << "stuck in a full pipe";
 }
 
 TEST_F(Find, TheLineEntersTheHistoryUnlessToldOtherwise) {
-    file("hit.txt");
+    const std::string hit = file("hit.txt");
     find({"hit"});
     find({"absent"});
     find({"other", "--no-history"});
@@ -240,10 +220,7 @@ TEST_F(Find, TheLineEntersTheHistoryUnlessToldOtherwise) {
     ASSERT_EQ(items.size(), 2u);
     EXPECT_EQ(items[0]["line"], "hit");
     EXPECT_EQ(items[1]["line"], "absent");
-}
 
-TEST_F(Find, AHistoryThatCannotBeWrittenIsOneWarning) {
-    const std::string hit = file("hit.txt");
     program_.setHome(hit + "/no-folder");
     const Outcome outcome = find({"hit"});
     EXPECT_EQ(outcome.output, hit + "\n");

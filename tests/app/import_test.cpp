@@ -5,12 +5,13 @@
 #include <filesystem>
 #include <thread>
 
+#include "tests/app/child_process.h"
 #include "tests/app/program.h"
 
 namespace kestrix {
 namespace {
 
-TEST(ImportCommand, PrintsTheTextAndNothingElse) {
+TEST(ImportCommand, PrintsTheTextOrCountsItsWordsAndNothingElse) {
     const Program program;
     const Outcome text = program.run({"import", program.folder().file("a.txt", "Yearly total\nTotal")});
     EXPECT_EQ(text.output, "Yearly total\nTotal");
@@ -20,14 +21,8 @@ TEST(ImportCommand, PrintsTheTextAndNothingElse) {
         program.run({"import", program.folder().file("a.html", "<p>one<script>no</script></p><p>two")});
     EXPECT_EQ(page.output, "one\ntwo");
     EXPECT_EQ(page.code, 0);
-}
-
-TEST(ImportCommand, CountsWords) {
-    const Program program;
-    const std::string path = program.folder().file("a.txt", "Yearly total: total, b");
-    EXPECT_EQ(program.run({"import", "--words", path}).output, "2\ttotal\n1\tb\n1\tyearly\n");
-    const std::string other = program.folder().file("a.unknown", "b a b");
-    EXPECT_EQ(program.run({"import", "--words", "--all", other}).output, "2\tb\n1\ta\n");
+    const std::string unknown = program.folder().file("a.unknown", "b a b");
+    EXPECT_EQ(program.run({"import", "--words", "--all", unknown}).output, "2\tb\n1\ta\n");
 }
 
 TEST(ImportCommand, SaysInOneLineWhyAFileCannotBeRead) {
@@ -48,16 +43,6 @@ TEST(ImportCommand, SaysInOneLineWhyAFileCannotBeRead) {
     EXPECT_EQ(program.run({"import"}).code, 2);
 }
 
-int onlyChildOf(pid_t process) {
-    const std::string task = "/proc/" + std::to_string(process) + "/task/" + std::to_string(process);
-    int child = 0;
-    for (int i = 0; i < 1000 && child == 0; ++i) {
-        std::ifstream(task + "/children") >> child;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return child;
-}
-
 bool runs(int process) {
     std::string name;
     char state = 'Z';
@@ -69,7 +54,7 @@ TEST(ImportCommand, TheHelperEndsWithTheProgramHoweverThatEnds) {
     Program program;
     program.setVariable("KESTRIX_IMPORT_HELPER", KESTRIX_FAULTY_HELPER);
     const pid_t importer = program.startSilently({"import", program.folder().file("a.pdf", "deaf")});
-    const int helper = onlyChildOf(importer);
+    const int helper = awaitChildOf(importer);
     ASSERT_NE(helper, 0);
     ::kill(importer, SIGKILL);
     ::waitpid(importer, nullptr, 0);

@@ -24,10 +24,11 @@ class Printing : public testing::Test {
             text += bytes;
             return WriteOutcome::written;
         });
+        const bool asNodes = style.summary;
         ResultPrinter printer(output, std::move(style), world.kinds);
         printer.printHeader();
         for (const SearchResult& result : results)
-            printer.print(result);
+            asNodes ? printer.print(*world.node(result)) : printer.print(result);
         output.finish();
         return text;
     }
@@ -37,15 +38,18 @@ class Printing : public testing::Test {
 
 const std::string kHostile = "/a/one\ntwo\x1b[31m\xff.txt";
 
-TEST_F(Printing, PipesGetTheTrueBytes) {
+TEST_F(Printing, PipesGetTheTrueBytesAndATerminalNothingThatItWouldObey) {
     EXPECT_EQ(printed({}, {recordAt(kHostile)}), kHostile + "\n");
     EXPECT_EQ(printed({.nulEnds = true, .terminal = true}, {recordAt(kHostile)}),
               kHostile + std::string(1, '\0'));
-}
-
-TEST_F(Printing, ATerminalGetsNothingThatItWouldObey) {
     EXPECT_EQ(printed({.terminal = true}, {recordAt(kHostile)}), "/a/one\\ntwo\uFFFD[31m\uFFFD.txt\n");
     EXPECT_EQ(printed({.terminal = true}, {recordAt("/gpj.\u202Eexe")}), "/gpj.\uFFFDexe\n");
+    EXPECT_EQ(printed({.form = Form::text, .terminal = true}, {recordAt("/a/\x1b.pdf")}),
+              "name\tpath\tsize\tmod date\tcreation date\tkind\tparent name\n"
+              "\uFFFD.pdf\t/a/\uFFFD.pdf\t0\t\t\tPDF document\ta\n");
+    const std::string big(200'000, 'x');
+    EXPECT_EQ(printed({}, {recordAt("/a"), recordAt(big), recordAt("/b")}), "/a\n" + big + "\n/b\n")
+        << "what is longer than the buffer stays in order";
 }
 
 TEST_F(Printing, FoundWordsAreMarkedInTheNameAlone) {
@@ -86,32 +90,6 @@ TEST_F(Printing, SummaryLinesStandUnderTheirPathMarkedOnATerminal) {
               "/hit\n  the yearly total\n  Total\x1b: 7\n/plain\n");
     EXPECT_EQ(printed({.terminal = true, .summary = true, .marksContent = true}, {hit}),
               "/hit\n  the yearly \x1b[1;31mtotal\x1b[0m\n  \x1b[1;31mTotal\x1b[0m\uFFFD: 7\n");
-    EXPECT_EQ(printed({}, {hit}), "/hit\n");
-}
-
-TEST_F(Printing, TablesOnATerminalHoldNothingThatItWouldObey) {
-    EXPECT_EQ(printed({.form = Form::text, .terminal = true}, {recordAt("/a/\x1b.pdf")}),
-              "name\tpath\tsize\tmod date\tcreation date\tkind\tparent name\n"
-              "\uFFFD.pdf\t/a/\uFFFD.pdf\t0\t\t\tPDF document\ta\n");
-}
-
-TEST_F(Printing, WhatIsLongerThanTheBufferStaysInOrder) {
-    const std::string big(200'000, 'x');
-    EXPECT_EQ(printed({}, {recordAt("/a"), recordAt(big), recordAt("/b")}), "/a\n" + big + "\n/b\n");
-}
-
-TEST_F(Printing, NothingIsWrittenAfterTheReaderHasGone) {
-    int calls = 0;
-    OutputWriter output([&](std::string_view, int*) {
-        ++calls;
-        return WriteOutcome::readerGone;
-    });
-    for (int i = 0; i < 3; ++i) {
-        output.append("x");
-        output.flush();
-    }
-    EXPECT_EQ(calls, 1);
-    EXPECT_FALSE(output.isOpen());
 }
 
 }  // namespace

@@ -91,29 +91,15 @@ TEST_F(Sentences, PlacesAndDatesFindExactlyTheirFiles) {
     EXPECT_EQ(find(": modified in 2016 is audio"), Names{"old song.mp3"});
     EXPECT_EQ(find(": today is audio"), Names{"song.mp3"});
     EXPECT_EQ(find("cat : excluding folder animals"), Names{"other/cat.jpg"});
+    program_.run({"favourites", "add", tree() + "/animals"});
+    EXPECT_EQ(find(": remembered animals"), (Names{"animals/cat.jpg", "animals/cat.txt"}));
+    EXPECT_EQ(find("cat : remembered animals is image"), Names{"animals/cat.jpg"});
+    EXPECT_EQ(find("chili : remembered animals"), Names());
+    EXPECT_EQ(find("chili OR : is image"),
+              (Names{"animals/cat.jpg", "chili.txt", "other/cat.jpg", "recipies/chili.txt"}));
+    EXPECT_EQ(find("chili OR cat : is image"), (Names{"animals/cat.jpg", "other/cat.jpg"}))
+        << "an OR in front joins words only";
     EXPECT_EQ(errors_, "");
-}
-
-TEST_F(Sentences, AnORAtTheEndJoinsWordsAndCommandsOneInFrontDoesNot) {
-    file("cat.txt");
-    file("cat.jpg");
-    file("dog.jpg");
-    file("bird.jpg");
-    EXPECT_EQ(find("cat OR : is image"), (Names{"bird.jpg", "cat.jpg", "cat.txt", "dog.jpg"}));
-    EXPECT_EQ(find("cat OR dog : is image"), (Names{"cat.jpg", "dog.jpg"}));
-}
-
-TEST_F(Sentences, ASizeThatNoNumberHoldsMakesNoCommand) {
-    file("hit.txt", 5);
-    EXPECT_EQ(find("hit : bigger than 99999999 yb"), Names{"hit.txt"});
-    EXPECT_EQ(errors_,
-              "kestrix: without meaning as a command: \"bigger than 99999999 yb\"; kestrix explain shows how "
-              "the line is read\n");
-    const auto explained =
-        nlohmann::json::parse(output({"explain", "--json", "x : bigger than 99999999 yb"}));
-    EXPECT_EQ(explained["commands"].size(), 0u);
-    EXPECT_EQ(explained["unused"].size(), 0u);
-    EXPECT_EQ(explained["invalid"].size(), 4u);
 }
 
 TEST_F(Sentences, WhatIsNotUnderstoodIsToldWithTheNearestSentence) {
@@ -125,6 +111,10 @@ TEST_F(Sentences, WhatIsNotUnderstoodIsToldWithTheNearestSentence) {
     EXPECT_EQ(find(": bluh"), Names());
     EXPECT_EQ(errors_,
               "kestrix: not understood as a command: \"bluh\"; kestrix explain shows how the line is read\n");
+    EXPECT_EQ(find("hit : bigger than 99999999 yb"), Names{"hit.txt"}) << "no number holds that";
+    EXPECT_EQ(errors_,
+              "kestrix: without meaning as a command: \"bigger than 99999999 yb\"; kestrix explain shows how "
+              "the line is read\n");
 }
 
 TEST_F(Sentences, APatternThatTakesTooLongIsNamedOnce) {
@@ -136,20 +126,9 @@ TEST_F(Sentences, APatternThatTakesTooLongIsNamedOnce) {
               "kestrix: the pattern \"^(a+)+b$\" takes too long on some names; these count as not matched\n");
 }
 
-TEST_F(Sentences, AFavouriteIsReadByItsName) {
-    file("stuff/inner.txt");
-    file("stuff/deep/below.txt");
-    file("inner.txt");
-    program_.run({"favourites", "add", tree() + "/stuff"});
-    EXPECT_EQ(find(": remembered stuff"), (Names{"stuff/deep", "stuff/inner.txt"}));
-    EXPECT_EQ(find("inner : remembered stuff"), Names{"stuff/inner.txt"});
-    EXPECT_EQ(find("nothing : remembered stuff"), Names());
-    EXPECT_EQ(errors_, "");
-}
-
-TEST_F(Sentences, ExplainShowsWordsRangesAndSuggestions) {
+TEST_F(Sentences, ExplainAndTheDescriptionTellTheLanguage) {
     program_.setVariable("TZ", "Europe/Berlin");
-    const std::string line = "report : bigger than 1.5mb modified in 2016 biger";
+    const std::string line = "report -draft : bigger than 1.5mb modified in 2016 biger";
     EXPECT_EQ(output({"explain", line}),
               "Line: \"" + line +
                   "\"\n"
@@ -158,6 +137,7 @@ TEST_F(Sentences, ExplainShowsWordsRangesAndSuggestions) {
                   "    more than 1,500,000 bytes (1.5 MB)\n"
                   "Command: \"modified in 2016\", read as \"modified 2016-01-01 2017-01-01\"\n"
                   "    modified from 2016-01-01 00:00:00 on, and before 2017-01-01 00:00:00\n"
+                  "The name holds none of: \"draft\"\n"
                   "Not known as a command: \"biger\"; did you mean \"bigger than SIZE\"?\n");
     const auto json = nlohmann::json::parse(output({"explain", "--json", line}));
     const auto range = nlohmann::json::array({1451602800, 1483225200});
@@ -165,15 +145,16 @@ TEST_F(Sentences, ExplainShowsWordsRangesAndSuggestions) {
     EXPECT_EQ(json["commands"][1]["range"], range);
     EXPECT_EQ(json["arguments"]["fileSize"], nlohmann::json::array({1500000, 9223372036854775807}));
     EXPECT_EQ(json["unused"][0]["text"], "biger");
-}
-
-TEST_F(Sentences, ExplainColoursATerminalUnlessToldNotTo) {
-    const std::vector<std::string> line = {"explain", "x : is folder bluh"};
-    const std::string coloured = program_.runOnTerminal(line).output;
+    const std::string coloured = program_.runOnTerminal({"explain", "x : is folder bluh"}).output;
     EXPECT_NE(coloured.find("\x1b[1;32mis\x1b[0m"), std::string::npos) << coloured;
     EXPECT_NE(coloured.find("\x1b[1;31mbluh\x1b[0m\""), std::string::npos) << coloured;
     program_.setVariable("NO_COLOR", "1");
-    EXPECT_EQ(program_.runOnTerminal(line).output.find('\x1b'), std::string::npos);
+    EXPECT_EQ(program_.runOnTerminal({"explain", line}).output.find('\x1b'), std::string::npos);
+
+    std::ifstream file(KESTRIX_DOCS "/query-language.md", std::ios::binary);
+    const std::string shipped(std::istreambuf_iterator<char>(file), {});
+    EXPECT_EQ(output({"help", "--language"}), shipped)
+        << "write it anew: kestrix help --language > docs/query-language.md";
 }
 
 TEST_F(Sentences, AFileOfSentencesTakesThePlaceOfTheShippedOnes) {
@@ -220,6 +201,8 @@ TEST_F(Sentences, TheShellAsksForTheWordsOfALine) {
     EXPECT_EQ(replies("explain --in /tmp : bigger ''", 6), "than\n");
     EXPECT_EQ(replies("find \"'report : bigger th\"", 2), "report : bigger than\n");
     EXPECT_EQ(replies("find --so", 2), "--soundex\n--source\n--sort\n");
+    for (const char* shell : {"zsh", "fish"})
+        EXPECT_NE(output({"completions", shell}).find("no-history"), std::string::npos);
 }
 
 TEST_F(Sentences, TagsAreSetListedAddedAndRemoved) {
@@ -268,13 +251,6 @@ TEST_F(Sentences, AScriptIsRunByItsName) {
     EXPECT_EQ(broken.errors.rfind("kestrix: ", 0), 0u) << broken.errors;
     EXPECT_EQ(output({"complete", ": run no"}), "\"note it\"\n");
     EXPECT_EQ(program_.run({"script", "run", "absent"}).code, 2);
-}
-
-TEST_F(Sentences, TheDescriptionOfTheLanguageIsUpToDate) {
-    std::ifstream file(KESTRIX_DOCS "/query-language.md", std::ios::binary);
-    const std::string shipped(std::istreambuf_iterator<char>(file), {});
-    EXPECT_EQ(output({"help", "--language"}), shipped)
-        << "write it anew: kestrix help --language > docs/query-language.md";
 }
 
 }  // namespace

@@ -100,6 +100,7 @@ def make_tree(root, seed):
         if not os.path.exists(path):
             open(path, "w").close()
     os.symlink(root, os.path.join(root, "report loop"))
+    os.symlink("/etc/passwd", os.path.join(root, "report link"))
     os.mkfifo(os.path.join(root, "report pipe"))
 
 

@@ -18,8 +18,8 @@ constexpr std::array kAllColumns = {Column::image,   Column::name,    Column::si
                                     Column::inside,  Column::path,    Column::rank};
 
 // Few values, so that ties are many.
-UINodes manyNodes(const NodeWorld& world, std::size_t count, unsigned seed) {
-    std::mt19937 random(seed);
+UINodes manyNodes(const NodeWorld& world, std::size_t count) {
+    std::mt19937 random(1);
     const std::vector<std::string> names = {"file 9", "file 10", "File 10", "Überblick", "zoo", "\xff\xfe"};
     const std::vector<std::string> endings = {"", ".txt", ".PDF", ".jpg", ".nobody", ".app"};
     UINodes nodes;
@@ -41,27 +41,25 @@ int sign(auto a, auto b) {
 }
 
 int compareInColumn(const UINode& a, const UINode& b, const NodeOrder& order) {
+    const auto compare = [&](auto&& valueOf) { return sign(valueOf(a), valueOf(b)); };
     switch (order.column) {
-        case Column::image:
-            return 0;
         case Column::name:
-            return sign(UINode::sortScore(a.path(), order.rules, a.isDirectory()),
-                        UINode::sortScore(b.path(), order.rules, b.isDirectory()));
+            return compare(
+                [&](auto& node) { return UINode::sortScore(node.path(), order.rules, node.isDirectory()); });
         case Column::size:
-            return sign(a.totalSize(), b.totalSize());
+            return compare([](auto& node) { return node.totalSize(); });
         case Column::modDate:
-            return sign(a.modificationDate(), b.modificationDate());
+            return compare([](auto& node) { return node.modificationDate(); });
         case Column::created:
-            return sign(a.creationDate(), b.creationDate());
+            return compare([](auto& node) { return node.creationDate(); });
         case Column::rank:
-            return sign(a.contentSearchResultsRank(), b.contentSearchResultsRank());
+            return compare([](auto& node) { return node.contentSearchResultsRank(); });
         case Column::kind:
             return text::naturalCompare(a.displayKind(), b.displayKind());
         case Column::inside:
-            return sign(path::lastComponent(path::parent(a.path())),
-                        path::lastComponent(path::parent(b.path())));
+            return compare([](auto& node) { return path::lastComponent(path::parent(node.path())); });
         default:
-            return sign(a.path(), b.path());
+            return compare([](auto& node) { return node.path(); });
     }
 }
 
@@ -78,31 +76,21 @@ UINodes slowlySorted(UINodes nodes, const NodeOrder& order) {
     return nodes;
 }
 
-TEST(NodeSorting, EveryColumnBothWaysAgreesWithASlowTwin) {
+TEST(NodeSorting, SortingAndMergingEveryColumnBothWaysAgreeWithASlowTwin) {
     const NodeWorld world;
-    const UINodes nodes = manyNodes(world, 10'000, 1);
+    const UINodes nodes = manyNodes(world, 10'000);
     for (const Column column : kAllColumns) {
         for (const bool reversed : {false, true}) {
             const NodeOrder order{column, reversed, {true, "file"}};
-            EXPECT_TRUE(UINode::sortNodes(nodes, order) == slowlySorted(nodes, order))
-                << static_cast<int>(column) << reversed;
-        }
-    }
-}
-
-TEST(NodeSorting, MergingBatchesIsSortingThemAll) {
-    const NodeWorld world;
-    for (const Column column : kAllColumns) {
-        for (const bool reversed : {false, true}) {
-            const NodeOrder order{column, reversed, {true, "file"}};
-            UINodes all, merged;
-            unsigned seed = 0;
-            for (const std::size_t count : {500, 3, 1, 0, 60, 400, 40}) {
-                const UINodes batch = manyNodes(world, count, ++seed);
-                all.insert(all.end(), batch.begin(), batch.end());
-                merged = mergeNodes(merged, batch, order);
+            const UINodes expected = slowlySorted(nodes, order);
+            EXPECT_TRUE(UINode::sortNodes(nodes, order) == expected) << static_cast<int>(column) << reversed;
+            UINodes merged;
+            auto rest = nodes.begin();
+            for (const int count : {5000, 3, 1, 0, 600, 4000, 396}) {
+                merged = mergeNodes(merged, UINodes(rest, rest + count), order);
+                rest += count;
             }
-            EXPECT_TRUE(merged == slowlySorted(all, order)) << static_cast<int>(column) << reversed;
+            EXPECT_TRUE(merged == expected) << static_cast<int>(column) << reversed;
         }
     }
 }

@@ -187,20 +187,45 @@ TEST_F(ResultsContentTest, ARowThatLeavesTheViewBeforeItsCheckIsNotChecked) {
     EXPECT_TRUE(nodes[3]->displayStrikeThroughText());
 }
 
-TEST_F(ResultsContentTest, StoppingKeepsTheRowsAndTheWantedOrder) {
+TEST_F(ResultsContentTest, AFileThatNobodyWaitsForIsReadNoFurther) {
+    std::atomic<int> reading = 0;
+    checks.collectSummary = [&](const SearchResult&, const QueryContainer&, const IsStopped& isStopped) {
+        ++reading;
+        while (!isStopped())
+            std::this_thread::yield();
+        return std::shared_ptr<const ContentFindings>();
+    };
+    content.emplace(*this, loop, queries.preferences, checks);
+    const auto query = std::make_shared<const QueryContainer>(queries.query("x"));
+    for (int round = 1; round <= 2; ++round) {
+        SearchResult record = recordAt(folder.file("hit"));
+        record.tryCollectSummaryLines = true;
+        const UINodes rows = {world.node(std::move(record))};
+        content->addResults(rows, query);
+        content->rowsInView(rows);
+        while (reading < round)
+            std::this_thread::yield();
+        if (round == 1) content->clear();
+    }
+    content.reset();
+}
+
+TEST_F(ResultsContentTest, StoppingKeepsTheRowsAndTheWantedOrderAndNothingArrivesAfterTheEnd) {
     add({"/a", "/b"});
     settle();
     content->sortBy(Column::name, true);
     content->cancelOperations();
     settle();
     EXPECT_EQ(rows(), (Paths{"/b", "/a"}));
-}
-
-TEST_F(ResultsContentTest, NothingArrivesAfterTheEnd) {
-    add({"/a"});
+    content->clear();
+    content->cancelOperations();
+    add({"/c"});
+    settle();
+    EXPECT_EQ(rows(), Paths{"/c"}) << "rows of the search before do not come back";
+    add({"/d"});
     content.reset();
     loop.runPending();
-    EXPECT_EQ(displays, 0);
+    EXPECT_EQ(rows(), Paths{"/c"});
 }
 
 }  // namespace

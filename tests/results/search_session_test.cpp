@@ -131,7 +131,7 @@ class SearchSessionTest : public ::testing::Test {
     std::vector<std::shared_ptr<SearchManager>> managers;
 };
 
-TEST_F(SearchSessionTest, TypingQuicklyStartsOneSearchAfterTheLastKey) {
+TEST_F(SearchSessionTest, TypingQuicklyStartsOneSearchAfterTheLastKeyOrAtOnceByHand) {
     type("cat");
     pass(0.5);
     type("cats\nand dogs");
@@ -140,6 +140,19 @@ TEST_F(SearchSessionTest, TypingQuicklyStartsOneSearchAfterTheLastKey) {
     pass(0.17);
     EXPECT_EQ(view.started, Paths{"cats"});
     EXPECT_EQ(view.title, "Find \u201Ccats\u201D");
+    type("cat");
+    search("cat");
+    pass(1);
+    EXPECT_EQ(view.started, (Paths{"cats", "cat"}));
+
+    session->changeCurrentSearchTextAndSearch("bird\nmore", "", false);
+    EXPECT_EQ(view.line + view.selected, "bird");
+    pass(1);
+    managers.push_back(session->currentSearchManager());
+    session->changeCurrentSearchTextAndSearch("dog", "home", true);
+    EXPECT_EQ(view.selected, "home");
+    pass(0.67);
+    EXPECT_EQ(view.started, (Paths{"cats", "cat", "dog"}));
 }
 
 TEST_F(SearchSessionTest, ASearchEndsWithItsRowsAndOneCompletion) {
@@ -164,13 +177,6 @@ TEST_F(SearchSessionTest, WithoutAutomaticStartAnEditOnlyStopsWhatRuns) {
     type("cats", true);
     pass(0.67);
     EXPECT_EQ(view.started, (Paths{"cat", "cats"}));
-}
-
-TEST_F(SearchSessionTest, AStartByHandOvertakesTheScheduledOne) {
-    type("cat");
-    search("cat");
-    pass(1);
-    EXPECT_EQ(view.started, Paths{"cat"});
 }
 
 TEST_F(SearchSessionTest, ALocationThatIsNotThereIsTriedAgainUntilItIs) {
@@ -230,16 +236,14 @@ TEST_F(SearchSessionTest, RowsReachTheViewAtMostTwiceASecond) {
     pass(0.25);
     ASSERT_GE(view.rows.size(), 2u);
     EXPECT_EQ(view.rows[1], "/b");
-}
 
-TEST_F(SearchSessionTest, WithoutAFlushIntervalEveryArrivalIsShownAtOnce) {
     environment.timing.flushInterval = Seconds(0);
+    managers.push_back(session->currentSearchManager());
     make();
-    sourceStays = true;
-    search("cat");
-    found("/a", 1);
-    found("/b", 2);
-    EXPECT_EQ(view.rows, (Paths{"/a", "/b"}));
+    search("dog");
+    found("/c", 1);
+    found("/d", 2);
+    EXPECT_EQ(view.rows, (Paths{"/c", "/d"})) << "without an interval each arrival is shown at once";
 }
 
 TEST_F(SearchSessionTest, AStoppedSearchShowsNothingMoreAndEndsAtOnce) {
@@ -305,19 +309,6 @@ TEST_F(SearchSessionTest, ALineEntersTheHistoryOnlyIfItIsLeftStanding) {
     make();
     search("dog");
     EXPECT_EQ(history, (Paths{"cat", "dog"}));
-}
-
-TEST_F(SearchSessionTest, ALineFromOutsideIsSetWithItsPlaceAndSearchedOnWish) {
-    session->changeCurrentSearchTextAndSearch("cat\nmore", "", false);
-    EXPECT_EQ(view.line, "cat");
-    EXPECT_EQ(view.selected, "");
-    pass(1);
-    EXPECT_TRUE(view.started.empty());
-
-    session->changeCurrentSearchTextAndSearch("dog", "home", true);
-    EXPECT_EQ(view.selected, "home");
-    pass(0.67);
-    EXPECT_EQ(view.started, Paths{"dog"});
 }
 
 }  // namespace

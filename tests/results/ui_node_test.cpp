@@ -7,7 +7,6 @@
 #include "base/error.h"
 #include "platform/tags.h"
 #include "results/byte_count_text.h"
-#include "results/presence.h"
 #include "tests/results/results_fixture.h"
 
 namespace kestrix {
@@ -15,8 +14,6 @@ namespace {
 
 using Result = UINode::VisibleCheckResult;
 using Texts = std::vector<std::string>;
-
-const VisibleCheckEnvironment kEverythingIsThere;
 
 TEST(ByteCountText, UnitsGrowFinerAndRoundUpIntoTheNext) {
     std::string texts;
@@ -65,12 +62,8 @@ TEST(UINode, AFolderGivesItsContentsAndAMissingOneAnError) {
 
 class RowInView : public ::testing::Test {
   protected:
-    // A row whose file is gone before its first check.
-    UINodePtr rowOfMissingFile(bool deleteIfMissing, bool strikeThrough) {
-        SearchResult record = recordAt(folder.path("gone"));
-        record.checkToSeeIfItExists = deleteIfMissing;
-        record.strikeThroughDisplayNameIfMissing = strikeThrough;
-        return world.node(std::move(record));
+    static Result look(const UINodePtr& row, const VisibleCheckEnvironment& environment = {}) {
+        return row->visibleOnScreenChecks(nullptr, environment);
     }
     // A catalog's hit whose lines are still to be collected.
     UINodePtr rowToCollect() {
@@ -86,27 +79,24 @@ class RowInView : public ::testing::Test {
     const QueryContainer query = queries.query("x");
 };
 
-TEST_F(RowInView, AFileThatHasGoneTakesItsRowAlongIfItsRecordSaysSo) {
+TEST_F(RowInView, AMissingFileTakesItsRowAlongOrIsStruckThroughUnlessItsDiskIsAway) {
     SearchResult record = recordAt(folder.file("here"));
+    const UINodePtr indifferent = world.node(record);
     record.checkToSeeIfItExists = true;
-    const UINodePtr row = world.node(record);
-    EXPECT_EQ(row->visibleOnScreenChecks(nullptr, kEverythingIsThere), Result::none);
+    const UINodePtr leaving = world.node(record);
+    EXPECT_EQ(look(leaving), Result::none);
     std::filesystem::remove(record.path);
-    EXPECT_EQ(row->visibleOnScreenChecks(nullptr, kEverythingIsThere), Result::remove) << "a later look";
-}
+    EXPECT_EQ(look(leaving), Result::remove) << "a later look";
+    EXPECT_EQ(look(indifferent), Result::none);
 
-TEST_F(RowInView, AMissingFileIsStruckThroughUnlessItsDiskIsAway) {
-    const UINodePtr row = rowOfMissingFile(false, true);
-    EXPECT_EQ(row->visibleOnScreenChecks(nullptr, kEverythingIsThere), Result::reload);
-    EXPECT_TRUE(row->displayStrikeThroughText());
-    EXPECT_EQ(row->visibleOnScreenChecks(nullptr, kEverythingIsThere), Result::none) << "told already";
-
-    const VisibleCheckEnvironment away{.volumeIsReachable = [](const SearchResult&) { return false; }};
-    const UINodePtr offline = rowOfMissingFile(false, true);
-    EXPECT_EQ(offline->visibleOnScreenChecks(nullptr, away), Result::none);
+    record.checkToSeeIfItExists = false;
+    record.strikeThroughDisplayNameIfMissing = true;
+    const UINodePtr struck = world.node(record), offline = world.node(record);
+    EXPECT_EQ(look(struck), Result::reload);
+    EXPECT_TRUE(struck->displayStrikeThroughText());
+    EXPECT_EQ(look(struck), Result::none) << "told already";
+    EXPECT_EQ(look(offline, {.volumeIsReachable = [](const SearchResult&) { return false; }}), Result::none);
     EXPECT_FALSE(offline->displayStrikeThroughText());
-    EXPECT_EQ(rowOfMissingFile(false, false)->visibleOnScreenChecks(nullptr, kEverythingIsThere),
-              Result::none);
 }
 
 TEST_F(RowInView, LabelsAndLinksAreSeenOnlyNow) {
@@ -114,14 +104,14 @@ TEST_F(RowInView, LabelsAndLinksAreSeenOnlyNow) {
     writeTags(path, {"red", "to print"});
     const UINodePtr row = world.node(recordAt(path));
     EXPECT_EQ(row->labels(), Texts{});
-    EXPECT_EQ(row->visibleOnScreenChecks(nullptr, kEverythingIsThere), Result::none);
+    EXPECT_EQ(look(row), Result::none);
     EXPECT_EQ(row->labels(), (Texts{"red", "to print"}));
 
     std::filesystem::create_symlink(path, folder.path("link"));
     std::filesystem::create_symlink("nowhere", folder.path("dangling"));
     for (const char* name : {"link", "dangling"}) {
         const UINodePtr link = world.node(recordAt(folder.path(name)));
-        EXPECT_EQ(link->visibleOnScreenChecks(nullptr, kEverythingIsThere), Result::reload) << name;
+        EXPECT_EQ(look(link), Result::reload) << name;
         EXPECT_EQ(link->displayKind(), "Alias") << name;
     }
 }
@@ -129,11 +119,18 @@ TEST_F(RowInView, LabelsAndLinksAreSeenOnlyNow) {
 TEST_F(RowInView, ACatalogHitIsReadForItsSummaryLinesOnce) {
     int calls = 0;
     const VisibleCheckEnvironment environment{
-        .collectSummary = [&](const SearchResult&, const QueryContainer&) {
+        .collectSummary = [&](const SearchResult&, const QueryContainer&, const IsStopped&) {
             ++calls;
             ContentFindings findings{{"first line", "second line"}, {{"line", {{6, 4}}}}};
             return std::make_shared<const ContentFindings>(std::move(findings));
         }};
+    SearchResult complete = recordAt(folder.file("hit.txt"));
+    complete.content = std::make_shared<const ContentFindings>(ContentFindings{{"line"}, {}});
+    EXPECT_EQ(world.node(complete)->children().size(), 1u);
+    EXPECT_EQ(world.node(complete)->visibleOnScreenChecks(&query, environment), Result::none);
+    EXPECT_EQ(look(rowToCollect(), environment), Result::none) << "no query";
+    EXPECT_EQ(calls, 0);
+
     const UINodePtr row = rowToCollect();
     EXPECT_EQ(row->visibleOnScreenChecks(&query, environment), Result::reload);
     EXPECT_EQ(row->visibleOnScreenChecks(&query, environment), Result::none);
@@ -147,32 +144,6 @@ TEST_F(RowInView, ACatalogHitIsReadForItsSummaryLinesOnce) {
     EXPECT_FALSE(record.tryCollectSummaryLines);
     EXPECT_EQ(record.content->summaryLines.size(), 2u);
     EXPECT_EQ(record.searchResultSuppliedBy, SearchResultSupplier::CompactContentIndex);
-}
-
-TEST_F(RowInView, NothingIsReadWithoutAQueryOrForLinesThatAreThere) {
-    const VisibleCheckEnvironment never{.collectSummary = [](const SearchResult&, const QueryContainer&) {
-        ADD_FAILURE();
-        return std::shared_ptr<const ContentFindings>();
-    }};
-    EXPECT_EQ(rowToCollect()->visibleOnScreenChecks(nullptr, never), Result::none);
-
-    SearchResult record = recordAt(folder.file("hit.txt"));
-    record.content = std::make_shared<const ContentFindings>(ContentFindings{{"line"}, {}});
-    const UINodePtr row = world.node(record);
-    EXPECT_EQ(row->kind(), UINode::Kind::fileWithContentSummary);
-    EXPECT_EQ(row->children().size(), 1u);
-    EXPECT_EQ(row->visibleOnScreenChecks(&query, never), Result::none);
-}
-
-TEST_F(RowInView, OnlyWhatACatalogFoundIsLookedForWhenItIsShown) {
-    SearchResult record = recordAt(folder.path("gone"));
-    EXPECT_EQ(presenceOf(record), Presence::here);
-    record.searchResultSuppliedBy = SearchResultSupplier::CompactContentIndex;
-    EXPECT_EQ(presenceOf(record), Presence::offline);
-    record.strikeThroughDisplayNameIfMissing = true;
-    EXPECT_EQ(presenceOf(record), Presence::missing);
-    record.path = folder.file("here");
-    EXPECT_EQ(presenceOf(record), Presence::here);
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// What the tests of the merge share: queries, sources made of a function, and a delegate that writes down
-// what it hears.
+// What the tests of sources and of the merge share: queries, sources made of a function, mounts as a test
+// wants them, and delegates that write down what they hear.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -9,7 +9,9 @@
 #include <string>
 #include <vector>
 
+#include "base/lock.h"
 #include "base/operation_queue.h"
+#include "files/disks.h"
 #include "language/language_parse.h"
 #include "search/search_manager.h"
 #include "tests/support/temporary_folder.h"
@@ -39,6 +41,34 @@ class FakeSource : public SearchDataSource {
   private:
     Body body_;
     SearchResultSupplier type_;
+};
+
+// Gathers what one source delivers.
+class Collector : public NullSearchDataSourceDelegate {
+  public:
+    bool shouldStop() const override { return stop_; }
+    bool wantsInvisibleItems() const override { return invisible; }
+    bool wantsAttributes() const override { return attributes; }
+    void searchResults(std::vector<SearchResult> batch, const SearchDataSource&) override {
+        results.modify([&](auto& all) { all.insert(all.end(), batch.begin(), batch.end()); });
+        if (stopAtFirst) stop_ = true;
+    }
+
+    bool invisible = false;
+    bool attributes = true;
+    bool stopAtFirst = false;
+    Locked<std::vector<SearchResult>> results;
+
+  private:
+    std::atomic<bool> stop_ = false;
+};
+
+class FakeMounts : public MountTable {
+  public:
+    std::vector<Mount> mounts() const override { return table; }
+    std::shared_ptr<void> watch(std::function<void()>) override { return nullptr; }
+
+    std::vector<Mount> table = {{"/", "/", "ext4", "/dev/sda1", 1}};
 };
 
 inline SearchResult recordOf(std::string path, std::uint64_t size = 0) {

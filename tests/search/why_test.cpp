@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
+#include "base/text.h"
 #include "language/commands/date_command_factory.h"
 #include "language/commands/folder_commands.h"
 #include "language/commands/simple_factories.h"
@@ -22,13 +23,16 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class FakeMounts : public MountTable {
-  public:
-    std::vector<Mount> mounts() const override { return table; }
-    std::shared_ptr<void> watch(std::function<void()>) override { return nullptr; }
-
-    std::vector<Mount> table = {{"/", "/", "ext4", "/dev/sda1", 1}};
-};
+// One a line.
+constexpr std::string_view kLines =
+    "report\nreport -draft\ncat OR dog\ncat OR : is folder\ncat OR dog : is folder\n"
+    "report OR : not .txt\n: is folder\n: is file\nreport : not .txt\nreport : inside docs\n"
+    "report : excluding folder docs\nreport : max depth 3\n: max depth 3 is file\n"
+    "Report : case sensitive\nreport : whole words\nrep*\n*report\nkestrix\n"
+    "report : in remembered docs\n: in remembered docs\ndocs : in remembered docs\n"
+    ": case sensitive\ntmp\nreports OR : is folder\nreport : bigger than 1kb\n: bigger than 1kb\n"
+    "report OR : bigger than 1kb\nreport : modified today\nreport : modified before 2020\n"
+    "kxt : bigger than 1kb\n";
 
 class WhyTest : public SearchTest {
   protected:
@@ -121,74 +125,35 @@ class WhyTest : public SearchTest {
             EXPECT_NE(std::find(all.begin(), all.end(), path), all.end()) << path;
     }
 
+    void expectAgreementOnAllLines() {
+        for (const std::string_view line : text::splitAt(kLines, '\n'))
+            expectAgreement(std::string(line));
+    }
+
     TemporaryFolder tree;
     FakeMounts mounts;
     DiskInfoManager disks{mounts, loop};
     std::vector<std::string> starts = {tree.path()};
 };
 
-const char* const kLines[] = {
-    "report",
-    "report -draft",
-    "cat OR dog",
-    "cat OR : is folder",
-    "cat OR dog : is folder",
-    "report OR : not .txt",
-    ": is folder",
-    ": is file",
-    "report : not .txt",
-    "report : inside docs",
-    "report : excluding folder docs",
-    "report : max depth 3",
-    ": max depth 3 is file",
-    "Report : case sensitive",
-    "report : whole words",
-    "rep*",
-    "*report",
-    "kestrix",
-    "report : in remembered docs",
-    ": in remembered docs",
-    "docs : in remembered docs",
-    ": case sensitive",
-    "tmp",
-    "reports OR : is folder",
-    "report : bigger than 1kb",
-    ": bigger than 1kb",
-    "report OR : bigger than 1kb",
-    "report : modified today",
-    "report : modified before 2020",
-    "kxt : bigger than 1kb",
-};
-
 TEST_F(WhyTest, TheVerdictIsThatOfASearch) {
-    for (const char* line : kLines)
-        expectAgreement(line);
+    expectAgreementOnAllLines();
     expectAgreement("ripport", true);
+    options.searchInsideSystemAndApps = true;
+    expectAgreementOnAllLines();
 }
 
 TEST_F(WhyTest, TheVerdictIsThatOfASearchWithIgnoreLists) {
     preferences.set("ignoreFolders", nlohmann::json{"node_modules", "docs/deep"});
     preferences.set("ignoreExtensions", nlohmann::json{"tmp", "app"});
-    for (const char* line : kLines)
-        expectAgreement(line);
+    expectAgreementOnAllLines();
 }
 
-TEST_F(WhyTest, TheVerdictIsThatOfASearchThatLooksInsideEverything) {
-    options.searchInsideSystemAndApps = true;
-    for (const char* line : kLines)
-        expectAgreement(line);
-}
-
-TEST_F(WhyTest, TheVerdictIsThatOfASearchFromPlacesThatAWalkWouldShutOut) {
+TEST_F(WhyTest, TheVerdictIsThatOfASearchFromPlacesThatAWalkWouldShutOutAndWithinOneAnother) {
     starts = {tree.path("docs/.secret"), tree.path("App.app"), tree.path("net"), tree.path("reports")};
-    for (const char* line : kLines)
-        expectAgreement(line);
-}
-
-TEST_F(WhyTest, TheVerdictIsThatOfASearchOfPlacesWithinOneAnother) {
+    expectAgreementOnAllLines();
     starts = {tree.path(), tree.path("mnt"), tree.path("docs/.secret"), tree.path("docs")};
-    for (const char* line : kLines)
-        expectAgreement(line);
+    expectAgreementOnAllLines();
 }
 
 using Texts = std::vector<std::string>;

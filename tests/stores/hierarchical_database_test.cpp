@@ -4,10 +4,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cmath>
 #include <csignal>
 #include <filesystem>
-#include <limits>
 
+#include "platform/stored_file.h"
 #include "tests/support/temporary_folder.h"
 
 namespace kestrix {
@@ -57,16 +58,10 @@ TEST_F(HierarchicalDatabaseTest, EveryTypeLiesInItsColumn) {
     EXPECT_EQ(store_.read<DBRect>("f", "k"), (DBRect{-1.5, 0, 100, 1e20}));
     EXPECT_EQ(store_.read<DBJSON>("f", "k"), DBJSON{"{\"a\":1}"});
     EXPECT_EQ(store_.read<std::string>("f", "k"), std::nullopt);
-}
 
-TEST_F(HierarchicalDatabaseTest, FamiliesMayShareKeysAndAFieldHasOneRow) {
-    for (int round = 0; round < 2; ++round)
-        for (const char* family : {"a", "b"})
-            store_.write(std::string(family) + std::to_string(round), "f", "k", {family});
-    EXPECT_EQ(store_.read<std::string>("f", "k", {"a"}), "a1");
-    EXPECT_EQ(store_.read<std::string>("f", "k", {"b"}), "b1");
+    store_.write(std::int64_t{7}, "f", "k", {"another family"});
+    EXPECT_EQ(store_.read<std::int64_t>("f", "k"), -5);
     EXPECT_EQ(count("fields"), 2u);
-    EXPECT_EQ(count("fieldNames"), 1u);
 }
 
 TEST_F(HierarchicalDatabaseTest, FailedWriteLeavesNothingBehind) {
@@ -99,11 +94,7 @@ TEST_F(HierarchicalDatabaseTest, PurgeTakesOldFieldsAndEmptyRecordsOfOneFamily) 
 TEST_F(HierarchicalDatabaseTest, DamagedFileIsSetAsideWithItsJournalAndNamed) {
     store_.write(std::string(20'000, 'x'), "f", "k");
     store_.close();
-    std::string sound;
-    {
-        std::ifstream in(file_, std::ios::binary);
-        sound.assign(std::istreambuf_iterator<char>(in), {});
-    }
+    const std::string sound = readWholeFile(file_).value();
     std::string flipped = sound;
     for (std::size_t at = 8192; at < flipped.size(); at += 7)
         flipped[at] = static_cast<char>(flipped[at] ^ 0x5a);
@@ -172,9 +163,8 @@ TEST_F(HierarchicalDatabaseTest, WhatWasWrittenSurvivesAKilledWriter) {
 TEST(RectText, OnlyTheOneFormIsRead) {
     EXPECT_EQ(rectOfText("{{1,2},{3,4}}"), (DBRect{1, 2, 3, 4}));
     EXPECT_EQ(rectOfText(" { { 1 , -2.5 } , { 3e2 , 4 } } "), (DBRect{1, -2.5, 300, 4}));
-    const double infinite = std::numeric_limits<double>::infinity();
-    EXPECT_EQ(rectOfText(textOfRect({infinite, -infinite, 0.1, 1e-300})),
-              (DBRect{infinite, -infinite, 0.1, 1e-300}));
+    EXPECT_EQ(rectOfText(textOfRect({HUGE_VAL, -HUGE_VAL, 0.1, 1e-300})),
+              (DBRect{HUGE_VAL, -HUGE_VAL, 0.1, 1e-300}));
     const std::string whole = "{{1, 2}, {3, 4}}";
     for (std::size_t length = 0; length < whole.size(); ++length)
         EXPECT_EQ(rectOfText(whole.substr(0, length)), std::nullopt) << length;

@@ -6,7 +6,6 @@
 namespace kestrix {
 namespace {
 
-using Json = nlohmann::json;
 using Queries = std::vector<std::string>;
 
 class HistoryTest : public StoresTest {
@@ -22,9 +21,9 @@ class HistoryTest : public StoresTest {
     NotificationCenter::Observation observation = count(HistoryController::HistoryChangedNotification);
 };
 
-TEST_F(HistoryTest, QueryIsNotedTrimmedWithAllItsFields) {
+TEST_F(HistoryTest, QueryIsNotedTrimmedWithAllItsFieldsAndCommandsAreNot) {
     clock.setWallTime(WallTime(std::chrono::milliseconds(1'700'000'000'250)));
-    history.addQuery(" \n big cat\t");
+    add({" \n big cat\t", "cat : is image", "", " \t\n", "cat \xff"});
     const auto items = history.items();
     ASSERT_EQ(items.size(), 1u);
     EXPECT_TRUE(Uuid::parse(items[0].id));
@@ -35,61 +34,31 @@ TEST_F(HistoryTest, QueryIsNotedTrimmedWithAllItsFields) {
                                                {"url", ""},
                                                {"performedDate", 1'700'000'000.25}}}));
     EXPECT_EQ(announced(), 1);
-}
-
-TEST_F(HistoryTest, CommandsEmptyLinesAndWhatIsNoTextAreNotNoted) {
-    add({"cat : is image", "", " \t\n", "cat \xff"});
-    EXPECT_EQ(stored("history"), Json());
-    EXPECT_EQ(announced(), 0);
-}
-
-TEST_F(HistoryTest, SwitchedOffNotesNothing) {
     preferences.set("historyEnabled", false);
     add({"cat"});
-    EXPECT_EQ(history.items(), std::vector<HistoryItem>());
+    EXPECT_EQ(history.items(), items);
 }
 
-TEST_F(HistoryTest, RepeatedQueryMovesToTheEnd) {
-    add({"cat", "dog", "cat "});
-    EXPECT_EQ(history.queries(), (Queries{"dog", "cat"}));
-}
-
-TEST_F(HistoryTest, ListExceedsItsMaximumByOneAtMost) {
+TEST_F(HistoryTest, RepeatedQueryMovesToTheEndAndTheListExceedsItsMaximumByOneAtMost) {
     preferences.set("historyMaxCount", 3);
-    add({"a", "b", "c", "d"});
-    EXPECT_EQ(history.queries(), (Queries{"a", "b", "c", "d"}));
+    add({"a", "b", "c", "a "});
+    EXPECT_EQ(history.queries(), (Queries{"b", "c", "a"}));
+    add({"d"});
+    EXPECT_EQ(history.queries(), (Queries{"b", "c", "a", "d"}));
     add({"e"});
-    EXPECT_EQ(history.queries(), (Queries{"b", "c", "d", "e"}));
+    EXPECT_EQ(history.queries(), (Queries{"c", "a", "d", "e"}));
     preferences.set("historyMaxCount", -1);
     add({"f"});
     EXPECT_EQ(history.queries(), (Queries{"f"}));
 }
 
-TEST_F(HistoryTest, TwoProcessesKeepEachOthersQueries) {
-    HistoryController other(otherPreferences, notifications, hasColon, clock);
-    add({"a"});
-    EXPECT_EQ(other.queries(), (Queries{"a"}));
-    other.addQuery("b");
-    add({"c"});
-    EXPECT_EQ(history.queries(), (Queries{"a", "b", "c"}));
-}
-
 TEST_F(HistoryTest, EntryWithAMissingKeyOrAWrongTypeIsDropped) {
     const Json good = {
         {"id", "1"}, {"type", 1}, {"queryString", "cat"}, {"url", "file:///a"}, {"performedDate", 7}};
-    Json all = Json::array({good, "text", nullptr});
-    for (const auto& [key, value] : good.items()) {
-        Json lacking = good;
-        lacking.erase(key);
-        Json wrong = good;
-        wrong[key] = Json::array();
-        all.insert(all.end(), {lacking, wrong});
-    }
-    Json unknownType = good;
-    unknownType["type"] = 2;
-    all.push_back(unknownType);
+    Json all = withSpoiltEntries(good);
+    all.push_back(good);
+    all.back()["type"] = 2;
     preferences.set("history", all);
-
     const HistoryItem item{"1", HistoryItem::HistoryType::opened, "cat", "file:///a", 7};
     EXPECT_EQ(history.items(), std::vector<HistoryItem>{item});
     EXPECT_EQ(history.queries(), Queries()) << "what was opened is no query";
@@ -100,16 +69,19 @@ TEST_F(HistoryTest, EntryWithAMissingKeyOrAWrongTypeIsDropped) {
     EXPECT_EQ(history.queries(), (Queries{"cat"}));
 }
 
-TEST_F(HistoryTest, ItemsCanBeRemovedOneByOneOrAllTogether) {
-    add({"a", "b", "c"});
+TEST_F(HistoryTest, ItemsOfTwoProcessesAreKeptAndRemovedOneByOneOrAllTogether) {
+    HistoryController other(otherPreferences, notifications, hasColon, clock);
+    add({"a"});
+    EXPECT_EQ(other.queries(), (Queries{"a"}));
+    other.addQuery("b");
+    add({"c"});
     announced();
     EXPECT_TRUE(history.remove(history.items()[1].id));
     EXPECT_FALSE(history.remove("no such id"));
     EXPECT_EQ(history.queries(), (Queries{"a", "c"}));
-    EXPECT_EQ(announced(), 1);
     history.clear();
     EXPECT_EQ(history.queries(), Queries());
-    EXPECT_EQ(announced(), 1);
+    EXPECT_EQ(announced(), 2);
 }
 
 }  // namespace

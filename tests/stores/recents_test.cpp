@@ -6,7 +6,6 @@ namespace kestrix {
 namespace {
 
 using namespace std::chrono_literals;
-using Json = nlohmann::json;
 using Paths = std::vector<std::string>;
 
 struct OneDisk : MountTable {
@@ -54,14 +53,6 @@ TEST_F(RecentsTest, RootsHiddenNamesAndWhatIsNoTextAreLeftOut) {
     EXPECT_EQ(paths(), (Paths{"/mnt/disk/file", "/.config/file"}));
 }
 
-TEST_F(RecentsTest, UnsavedItemsShowAtOnceAndAreStoredWithTheNextSave) {
-    add({"/a"}, false);
-    EXPECT_EQ(paths(), (Paths{"/a"}));
-    EXPECT_EQ(stored("recentSmartItems"), Json());
-    add({"/b"});
-    EXPECT_EQ(stored("recentSmartItems").size(), 2u);
-}
-
 TEST_F(RecentsTest, ListGrowsDuringADayAndFallsBackWithTheFirstSaveOfTheNext) {
     add(numbered(1, 25));
     clock.advance(1s);
@@ -71,6 +62,7 @@ TEST_F(RecentsTest, ListGrowsDuringADayAndFallsBackWithTheFirstSaveOfTheNext) {
     clock.advance(24h);
     add({"/new"}, false);
     EXPECT_EQ(paths().size(), 26u) << "nothing is purged without a save";
+    EXPECT_EQ(stored("recentSmartItems").size(), 25u);
     add({});
     Paths expected{"/new", "/f3", "/f1", "/f2"};
     for (auto& path : numbered(4, 19))
@@ -82,36 +74,27 @@ TEST_F(RecentsTest, ListGrowsDuringADayAndFallsBackWithTheFirstSaveOfTheNext) {
     EXPECT_EQ(paths().size(), 31u) << "once a day";
 }
 
-TEST_F(RecentsTest, TwoProcessesKeepEachOthersItems) {
+TEST_F(RecentsTest, ItemsOfTwoProcessesAreKeptAndRemovedOneByOneOrAllTogether) {
     RecentItems other(otherPreferences, notifications, mounts, clock);
     add({"/a"});
     EXPECT_EQ(other.items().size(), 1u);
     other.addPopularItem({"/b"}, true);
     add({"/c"});
-    EXPECT_EQ(paths(), (Paths{"/a", "/b", "/c"}));
+    add({"/d"}, false);
+    EXPECT_EQ(paths(), (Paths{"/a", "/b", "/c", "/d"}));
+    announced();
+    EXPECT_TRUE(recents.remove("/a"));
+    EXPECT_TRUE(recents.remove("/d"));
+    EXPECT_FALSE(recents.remove("/e"));
+    EXPECT_EQ(paths(), (Paths{"/b", "/c"}));
+    recents.clear();
+    EXPECT_EQ(paths(), Paths());
+    EXPECT_EQ(announced(), 3);
 }
 
 TEST_F(RecentsTest, MalformedEntriesAreLeftOut) {
-    preferences.set("recentSmartItems", {{{"path", "/a"}, {"lastSeen", 1}},
-                                         {{"path", 1}, {"lastSeen", 1}},
-                                         {{"path", "/b"}},
-                                         {{"path", "/c"}, {"lastSeen", "1"}},
-                                         7});
+    preferences.set("recentSmartItems", withSpoiltEntries({{"path", "/a"}, {"lastSeen", 1}}));
     EXPECT_EQ(paths(), (Paths{"/a"}));
-}
-
-TEST_F(RecentsTest, ItemsCanBeRemovedOneByOneOrAllTogether) {
-    add({"/a", "/b"});
-    add({"/c"}, false);
-    announced();
-    EXPECT_TRUE(recents.remove("/a"));
-    EXPECT_TRUE(recents.remove("/c"));
-    EXPECT_FALSE(recents.remove("/d"));
-    EXPECT_EQ(paths(), (Paths{"/b"}));
-    EXPECT_EQ(announced(), 2);
-    recents.clear();
-    EXPECT_EQ(paths(), Paths());
-    EXPECT_EQ(announced(), 1);
 }
 
 TEST_F(RecentsTest, ShowingAndHidingTheListIsAnnouncedAsItsChange) {

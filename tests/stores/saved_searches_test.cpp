@@ -1,13 +1,10 @@
 #include "stores/saved_searches.h"
 
-#include "base/error.h"
 #include "base/uuid.h"
 #include "tests/stores/stores_fixture.h"
 
 namespace kestrix {
 namespace {
-
-using Json = nlohmann::json;
 
 class SavedSearchesTest : public StoresTest {
   protected:
@@ -80,17 +77,10 @@ TEST_F(SavedSearchesTest, ItemsAreChangedRenamedAndRemovedByName) {
 }
 
 TEST_F(SavedSearchesTest, EntryWithoutIdGetsANewOneUntilItIsWritten) {
-    const Json good = {
-        {"userName", "a"}, {"queryString", "x"}, {"searchHidden", false}, {"location", "home"}};
-    Json all = Json::array({good, "text"});
-    for (const auto& [key, value] : good.items()) {
-        Json lacking = good;
-        lacking.erase(key);
-        Json wrong = good;
-        wrong[key] = 7;
-        all.insert(all.end(), {lacking, wrong});
-    }
-    preferences.set("savedSearches", all);
+    preferences.set(
+        "savedSearches",
+        withSpoiltEntries(
+            {{"userName", "a"}, {"queryString", "x"}, {"searchHidden", false}, {"location", "home"}}));
     EXPECT_EQ(menu(), "a=x;");
     EXPECT_NE(saved.named("a")->id, saved.named("a")->id);
     saved.changeQuery("a", "y");

@@ -5,6 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/error.h"
 #include "base/main_queue.h"
 #include "base/notification_center.h"
 #include "shell/preferences.h"
@@ -14,6 +15,8 @@ namespace kestrix {
 
 class StoresTest : public ::testing::Test {
   protected:
+    using Json = nlohmann::json;
+
     // How often `name` has been announced since this was called last.
     int announced() {
         queue.runPending();
@@ -23,8 +26,19 @@ class StoresTest : public ::testing::Test {
         return notifications.observe(name, [this] { ++announcements; });
     }
     // What stands in the file, whatever memory holds.
-    nlohmann::json stored(const std::string& key) const {
+    Json stored(const std::string& key) const {
         return SettingsStore(store.file()).get(key).value_or(nullptr);
+    }
+    // The good entry, and after it one for each way of spoiling it: a key left out, a value of another type.
+    static Json withSpoiltEntries(const Json& good) {
+        Json all = Json::array({good, "text", nullptr});
+        for (const auto& [key, value] : good.items()) {
+            Json lacking = good, wrong = good;
+            lacking.erase(key);
+            wrong[key] = Json::array();
+            all.insert(all.end(), {lacking, wrong});
+        }
+        return all;
     }
 
     TemporaryFolder folder;

@@ -37,12 +37,12 @@ std::string progressText(const ActivityItem::Texts& texts, double seconds) {
 BuildWatch::BuildWatch(CommandContext& context)
     : context_(context), interrupts_([this](int signal) { interrupted(signal); }) {}
 
-// On the watcher's thread; which catalog is being built only the main thread knows.
+// On the watcher's thread; the list of catalogs is the main thread's to make. All builds end with this one,
+// so that a signal is not lost that comes before the build has begun.
 void BuildWatch::interrupted(int signal) {
     interruptedBy_ = signal;
-    context_.application.mainQueue().post([this] {
-        if (index_) index_->cancelBuild();
-    });
+    context_.application.mainQueue().post(
+        [&application = context_.application] { application.catalogs().cancelAll(); });
 }
 
 std::optional<int> BuildWatch::interruptedBy() const {
@@ -54,7 +54,6 @@ BuildWatch::Outcome BuildWatch::run(const std::shared_ptr<ContentIndex>& index, 
     const SteadyTime started = context_.application.clock().steadyNow();
     Outcome outcome;
     std::exception_ptr failure;
-    index_ = index;
     builds_.add([&] {
         try {
             outcome.build = index->build({index->targetURL().value()}, true, mode);
@@ -71,7 +70,6 @@ BuildWatch::Outcome BuildWatch::run(const std::shared_ptr<ContentIndex>& index, 
     if (drawing_) queue.cancel(*drawing_);
     drawing_.reset();
     progress_.clear();
-    index_.reset();
     if (failure) std::rethrow_exception(failure);
     outcome.seconds = secondsSince(started, context_.application.clock());
     return outcome;

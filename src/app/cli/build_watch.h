@@ -41,7 +41,6 @@ class BuildWatch {
     CommandContext& context_;
     ProgressLine progress_;
     std::atomic<int> interruptedBy_ = 0;
-    std::shared_ptr<ContentIndex> index_;  // main thread's
     std::optional<MainQueue::Ticket> drawing_;
     InterruptWatcher interrupts_;
     OperationQueue builds_{1, "catalog build"};

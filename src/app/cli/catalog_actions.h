@@ -16,7 +16,7 @@ ContentIndexManager::Entry catalogNamed(std::string_view name, ContentIndexManag
 ContentIndexManager::Entry usableCatalogNamed(std::string_view name, ContentIndexManager& catalogs);
 
 // What the user can do about a catalog whose file cannot be used.
-std::string adviceOn(const SavedIndexInfo& catalog);
+std::string adviceOn(std::string_view catalogName);
 
 // As the functions of commands.h.
 int listCatalogs(const Arguments& arguments, CommandContext& context);

@@ -32,8 +32,8 @@ bool isCatalogFile(std::string_view name) {
 
 }  // namespace
 
-std::string adviceOn(const SavedIndexInfo& catalog) {
-    const std::string name = inQuotes(catalog.displayName);
+std::string adviceOn(std::string_view catalogName) {
+    const std::string name = inQuotes(catalogName);
     return "kestrix catalog update " + name + " --set-aside builds it anew, kestrix catalog remove " + name +
            " forgets it";
 }
@@ -53,7 +53,7 @@ ContentIndexManager::Entry usableCatalogNamed(std::string_view name, ContentInde
     auto entry = catalogNamed(name, catalogs);
     if (entry.index) return entry;
     throw UsageError("the catalog " + inQuotes(name) + " cannot be used: " + entry.reason +
-                     (entry.isListed ? "; " + adviceOn(entry.info) : ""));
+                     (entry.isListed ? "; " + adviceOn(entry.info.displayName) : ""));
 }
 
 // The file is looked at as it is, also where it cannot be opened as a catalog.
@@ -72,7 +72,7 @@ int verifyCatalog(const Arguments& arguments, CommandContext& context) {
     context.output.append(text);
     context.output.flush();
     complain("the catalog " + inQuotes(arguments.words.front()) + " is damaged" +
-             (entry.isListed ? "; " + adviceOn(entry.info) : ""));
+             (entry.isListed ? "; " + adviceOn(entry.info.displayName) : ""));
     return kExitFailure;
 }
 

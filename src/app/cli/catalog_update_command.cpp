@@ -66,6 +66,10 @@ int report(const ContentIndex& index, const BuildWatch::Outcome& outcome, Comman
                                       outcome.build.files, outcome.build.written,
                                       static_cast<double>(index.cacheSizeOnDisk()) / 1e6, outcome.seconds));
     context.output.flush();
+    if (const auto closed = outcome.build.unreadableFolders; closed > 0) {
+        complain(fmt::format("{} {} could not be read; the catalog {} lacks what is new there", closed,
+                             closed == 1 ? "folder" : "folders", name));
+    }
     if (const auto failed = outcome.build.failedDocuments; failed > 0) {
         complain(fmt::format("{} {} could not be read; kestrix catalog failed {} lists them", failed,
                              failed == 1 ? "document" : "documents", name));
@@ -92,7 +96,7 @@ int updateOne(const Entry& entry, bool setsAside, BuildWatch& watch, CommandCont
     }
     if (!index)
         throw UsageError("the catalog " + name + " was not updated: " + entry.reason + "; " +
-                         adviceOn(entry.info));
+                         adviceOn(entry.info.displayName));
     if (!index->isTargetMounted()) {
         throw UsageError("the catalog " + name +
                          " was not updated: " + inQuotes(index->targetURL().value_or("")) +

@@ -14,7 +14,8 @@ namespace kestrix::cli {
 
 namespace {
 
-std::string chosenFile(std::string_view typed) {
+// Nothing if there is no such file.
+std::optional<std::string> chosenFile(std::string_view typed) {
     const std::string_view name = path::lastComponent(typed);
     if (name.empty() || name == "/" || name == "." || name == "..") {
         throw UsageError(inQuotes(typed) + " has no name of its own; write the name of the file or folder");
@@ -24,22 +25,24 @@ std::string chosenFile(std::string_view typed) {
     const std::string resolved = resolvedPath(folder);
     std::string file = path::join(resolved, name);
     FileAttributes attributes;
-    if (resolved.empty() || readAttributes(file, false, attributes) != 0) {
-        throw UsageError("there is no " + inQuotes(typed) + "; name a file or folder");
-    }
+    if (resolved.empty() || readAttributes(file, false, attributes) != 0) return std::nullopt;
     return file;
 }
 
 }  // namespace
 
-std::vector<std::string> chosenFiles(const std::vector<std::string_view>& typed) {
-    std::vector<std::string> files;
+ChosenFiles chosenFiles(const std::vector<std::string_view>& typed) {
+    ChosenFiles chosen;
     std::unordered_set<std::string> seen;
     for (const std::string_view each : typed) {
-        std::string file = chosenFile(each);
-        if (seen.insert(file).second) files.push_back(std::move(file));
+        auto file = chosenFile(each);
+        if (!file) {
+            chosen.missing.push_back(each);
+        } else if (seen.insert(*file).second) {
+            chosen.files.push_back(*std::move(file));
+        }
     }
-    return files;
+    return chosen;
 }
 
 void ask(std::string_view text) {

@@ -10,10 +10,15 @@
 
 namespace kestrix::cli {
 
+struct ChosenFiles {
+    std::vector<std::string> files;
+    std::vector<std::string_view> missing;  // as typed
+};
+
 // The typed paths, absolute. Folders on the way are resolved as the kernel does ("link/.." is the folder
 // above the link's target), the last name is kept: a link is the link itself. One that is named twice is
-// there once. Throws UsageError for a path that does not exist or ends in no name of its own ("/", "..").
-std::vector<std::string> chosenFiles(const std::vector<std::string_view>& typed);
+// there once. Throws UsageError for a path that ends in no name of its own ("/", "..").
+ChosenFiles chosenFiles(const std::vector<std::string_view>& typed);
 
 // Shows `text` on standard error, safe for a terminal; a new line in it stays one.
 void ask(std::string_view text);

@@ -107,7 +107,12 @@ int runDelete(const Arguments& arguments, CommandContext& context) {
     if (asks && !isTerminal(StandardStream::input)) {
         throw UsageError("delete asks before it deletes, and nobody is there to answer; give --yes");
     }
-    return DeleteRun(context.application, outermost(chosenFiles(arguments.words)), asks).run();
+    const ChosenFiles chosen = chosenFiles(arguments.words);
+    for (const std::string_view missing : chosen.missing)
+        complain("cannot delete " + inQuotes(missing) + ": there is no such file or folder");
+    if (chosen.files.empty()) return kExitFailure;
+    const int code = DeleteRun(context.application, outermost(chosen.files), asks).run();
+    return code == kExitFound && !chosen.missing.empty() ? kExitFailure : code;
 }
 
 }  // namespace kestrix::cli

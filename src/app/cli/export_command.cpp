@@ -3,6 +3,7 @@
 #include "app/cli/display_text.h"
 #include "app/cli/find_run.h"
 #include "base/path.h"
+#include "base/text.h"
 
 namespace kestrix::cli {
 namespace {
@@ -11,7 +12,7 @@ ResultLinesFormat formatOf(const Arguments& arguments, std::string_view path) {
     if (const auto named = arguments.value("format")) {
         return *named == "csv" ? ResultLinesFormat::csv : ResultLinesFormat::text;
     }
-    const auto format = ResultsExporter::formatForExtension(path::extension(path));
+    const auto format = ResultsExporter::formatForExtension(text::lowered(path::extension(path)));
     if (format) return *format;
     throw UsageError("--to: " + inQuotes(path) +
                      " ends neither in .csv nor in .txt; add --format csv or text");

@@ -5,13 +5,14 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "app/cli/catalog_actions.h"
 #include "app/cli/display_text.h"
 #include "base/error.h"
 #include "base/text.h"
 #include "language/commands/regex_command.h"
 #include "language/suggestions.h"
 #include "platform/system_info.h"
-#include "results/content_summary.h"
+#include "results/presence.h"
 
 namespace kestrix::cli {
 namespace {
@@ -95,6 +96,10 @@ SearchSessionEnvironment FindRun::sessionEnvironment() {
             timing};
 }
 
+UINodeEnvironment FindRun::nodeEnvironment() {
+    return {application_.kindTexts(), application_.clock()};
+}
+
 std::optional<SearchLocation> FindRun::locationFromPopupIndex() {
     return locationOf(request_, application_.disks(), application_.folders().home);
 }
@@ -170,8 +175,7 @@ void FindRun::noteFailedCatalog(const std::string& name, const std::string& reas
     if (ended_) return;
     ++failedCatalogs_;
     progress_.clear();
-    complain("the catalog " + inQuotes(name) + " was not searched: " + reason +
-             "; mend it with kestrix catalog update or take it off the list with kestrix catalog remove");
+    complain("the catalog " + inQuotes(name) + " was not searched: " + reason + "; " + adviceOn(name));
 }
 
 void FindRun::addResults(std::vector<SearchResult> results, const Query&) {
@@ -185,31 +189,46 @@ void FindRun::addResults(std::vector<SearchResult> results, const Query&) {
     } else if (output_.hasGathered()) {
         flushSoon();
     }
-    const bool isFull = request_.limit && found_ >= *request_.limit && (!request_.sort || request_.countOnly);
+    const bool isFull = request_.limit && found_ >= *request_.limit && !sorts();
     if (isFull || !output_.isOpen()) stop();
 }
 
 void FindRun::take(std::vector<SearchResult>& results) {
-    const bool sorts = request_.sort && !request_.countOnly;
-    if (request_.limit && !sorts) {
+    std::erase_if(results, [](const SearchResult& result) {
+        return result.checkToSeeIfItExists && hasGone(result.path);
+    });
+    if (request_.limit && !sorts()) {
         const auto room = static_cast<std::size_t>(*request_.limit - found_);
         if (results.size() > room) results.resize(room);
     }
     found_ += static_cast<std::int64_t>(results.size());
     if (request_.countOnly) return;
-    if (sorts) {
-        const UINodeEnvironment environment{application_.kindTexts(), application_.clock()};
+    if (sorts()) {
         for (SearchResult& result : results)
-            gathered_.push_back(std::make_shared<UINode>(std::move(result), environment));
+            gathered_.push_back(std::make_shared<UINode>(std::move(result), nodeEnvironment()));
         return;
     }
-    for (const SearchResult& result : results)
+    for (SearchResult& result : results)
         put(result);
 }
 
+// Only summary lines are worth a node here: it costs more than the line that is printed.
+void FindRun::put(SearchResult& result) {
+    if (exportFile_) return exportRecord(result);
+    if (!request_.summary) return printer_->print(result);
+    UINode node(std::move(result), nodeEnvironment());
+    put(node);
+}
+
+// What a catalog knows to hold the words has not been read yet.
+void FindRun::put(UINode& node) {
+    if (exportFile_) return exportRecord(node.record());
+    if (request_.summary) node.collectContentIfNeeded(query_.get(), summaries_);
+    printer_->print(node);
+}
+
 // A file that cannot be written is no reason to go on searching.
-void FindRun::put(const SearchResult& result) {
-    if (!exportFile_) return print(result);
+void FindRun::exportRecord(const SearchResult& result) {
     if (exportFailure_) return;
     try {
         exportFile_->add(result, application_.kindTexts().kindOf(result.path, result.isDirectory).text);
@@ -217,14 +236,6 @@ void FindRun::put(const SearchResult& result) {
         exportFailure_ = failure;
         stop();
     }
-}
-
-// What a catalog knows to hold the words has not been read yet.
-void FindRun::print(const SearchResult& result) {
-    if (!request_.summary || !result.tryCollectSummaryLines || result.content) return printer_->print(result);
-    SearchResult hit = result;
-    hit.content = collectSummary(hit, *query_);
-    printer_->print(hit);
 }
 
 void FindRun::flushSoon() {
@@ -315,19 +326,23 @@ void FindRun::printGathered() {
         output_.append('\n');
         return;
     }
-    if (request_.sort) printSorted();
+    if (sorts()) printSorted();
 }
 
+// Nobody looks at the list before the end, so it takes all rows at once: with batches merged while the search
+// went on, 200,000 sorted rows took a third longer on two busy cores.
 void FindRun::printSorted() {
-    const NodeOrder order{*request_.sort, request_.reverse,
-                          SortRules::of(query_.get(), application_.preferences()), true};
-    gathered_ = UINode::sortNodes(std::move(gathered_), order);
-    if (request_.limit && gathered_.size() > static_cast<std::size_t>(*request_.limit)) {
-        gathered_.resize(static_cast<std::size_t>(*request_.limit));
-    }
-    for (const UINodePtr& node : gathered_) {
-        if (!output_.isOpen()) return;
-        put(node->record());
+    ResultsContentView& view = *this;
+    ResultsContent list(view, application_.mainQueue(), application_.preferences(), {});
+    list.breakTiesByPath();
+    list.sortBy(*request_.sort, request_.reverse);
+    list.addResults(std::move(gathered_), query_);
+    const auto sorted = list.waitUntilAtRest();
+    std::size_t room = sorted->size();
+    if (request_.limit) room = std::min(room, static_cast<std::size_t>(*request_.limit));
+    for (const UINodePtr& node : *sorted) {
+        if (room-- == 0 || !output_.isOpen() || interruptedBy_ != 0) return;
+        put(*node);
     }
 }
 

@@ -15,17 +15,18 @@
 #include "app/cli/progress_line.h"
 #include "base/error.h"
 #include "platform/interrupts.h"
-#include "results/node_sorting.h"
+#include "results/content_summary.h"
+#include "results/results_content.h"
 #include "results/results_exporter.h"
 #include "results/search_session.h"
 
 namespace kestrix::cli {
 
-// Prints or exports results as they come, or all at the end when they are sorted or counted. An exported file
-// appears only when it is complete. The search ends with its
-// last source, with the limit, with an interrupt, or when nobody reads any more; in the last three cases its
+// Prints or exports results as they come, or all at the end when they are sorted, in the list that a window
+// would show, or counted. An exported file appears only when it is complete. The search ends with its last
+// source, with the limit, with an interrupt, or when nobody reads any more; in the last three cases its
 // threads may still wind down when run returns, so the application must live on until the process ends.
-class FindRun : private SearchSessionView {
+class FindRun : private SearchSessionView, private ResultsContentView {
   public:
     FindRun(CommandContext& context, FindRequest request);
 
@@ -45,13 +46,19 @@ class FindRun : private SearchSessionView {
     void searchesHaveCompleted(const Query& query) override;
     void queryIsEmpty(const Query& query) override;
 
+    // Only the finished list is printed.
+    void displayNodes(std::shared_ptr<const UINodes>) override {}
+
     SearchSessionEnvironment sessionEnvironment();
+    UINodeEnvironment nodeEnvironment();
+    bool sorts() const { return request_.sort && !request_.countOnly; }
     void interrupted(int signal);
     void stop();
     void end();
     void take(std::vector<SearchResult>& results);
-    void put(const SearchResult& result);
-    void print(const SearchResult& result);
+    void put(SearchResult& result);
+    void put(UINode& node);
+    void exportRecord(const SearchResult& result);
     void flushSoon();
     void flushNow();
     void noteInHistory();
@@ -80,6 +87,8 @@ class FindRun : private SearchSessionView {
     ProgressLine progress_;
     Query query_;
     UINodes gathered_;  // with a sort column
+    const VisibleCheckEnvironment summaries_{.collectSummary = collectSummary,
+                                             .isStopped = [this] { return interruptedBy_ != 0; }};
     std::unique_ptr<ExportFile> exportFile_;
     std::optional<Error> exportFailure_;
     std::optional<std::string> historyLine_;

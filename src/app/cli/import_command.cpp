@@ -75,9 +75,9 @@ int runImport(const Arguments& arguments, CommandContext& context) {
     progress.clear();
     if (imported.error) return fail(imported.error->what());
     if (arguments.has("words")) {
-        WordCounts counts;
-        ImportTextTools::countWords(imported.text.value_or(""), counts);
-        print(counts, context.output);
+        WordCounter counter;
+        ImportTextTools::countWords(imported.text.value_or(""), counter);
+        print(counter.take().counts(), context.output);
     } else {
         context.output.append(imported.text.value_or(""));
     }

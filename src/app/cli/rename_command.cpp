@@ -35,7 +35,11 @@ int runRename(const Arguments& arguments, CommandContext& context) {
                 context.output.append(pair.newPath + "\n");
             context.output.flush();
         });
-    window.show(chosenFiles(arguments.words));
+    ChosenFiles chosen = chosenFiles(arguments.words);
+    if (!chosen.missing.empty()) {
+        throw UsageError("there is no " + inQuotes(chosen.missing.front()) + "; name a file or folder");
+    }
+    window.show(std::move(chosen.files));
     const bool isAsked = isTerminal(StandardStream::input);
     while (const auto question = window.askToRename()) {
         if (isAsked) askForName(*question);

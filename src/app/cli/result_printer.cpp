@@ -92,7 +92,14 @@ void ResultPrinter::print(const SearchResult& result) {
             output_.append(scratch_);
             break;
     }
-    if (style_.summary && result.content) printSummary(*result.content);
+}
+
+void ResultPrinter::print(const UINode& node) {
+    print(node.record());
+    if (!style_.summary) return;
+    for (const UINodePtr& row : node.children()) {
+        if (row->summaryLine()) printSummary(*row);
+    }
 }
 
 void ResultPrinter::printLong(const SearchResult& result) {
@@ -140,22 +147,20 @@ void ResultPrinter::printForTerminal(std::string_view path) {
     output_.append(scratch_);
 }
 
-void ResultPrinter::printSummary(const ContentFindings& findings) {
-    std::vector<std::string> words;
-    if (style_.marksContent) {
-        for (const auto& found : findings.contentSearchResults)
-            words.push_back(text::lowered(found.first));
-    }
-    for (const std::string& line : findings.summaryLines) {
-        scratch_ = "  ";
-        if (style_.terminal) {
-            appendMarked(line, words);
-        } else {
-            scratch_ += line;
+void ResultPrinter::printSummary(const UINode& line) {
+    scratch_ = "  ";
+    if (style_.terminal) {
+        std::vector<std::string> words;
+        if (style_.marksContent) {
+            for (const std::string& word : line.displayWordsToHighlight())
+                words.push_back(text::lowered(word));
         }
-        scratch_ += '\n';
-        output_.append(scratch_);
+        appendMarked(*line.summaryLine(), words);
+    } else {
+        scratch_ += *line.summaryLine();
     }
+    scratch_ += '\n';
+    output_.append(scratch_);
 }
 
 void ResultPrinter::appendMarked(std::string_view text, const std::vector<std::string>& loweredWords) {

@@ -10,6 +10,7 @@
 #include "files/search_result.h"
 #include "results/kind_texts.h"
 #include "results/result_lines.h"
+#include "results/ui_node.h"
 
 namespace kestrix::cli {
 
@@ -39,13 +40,15 @@ class ResultPrinter {
     // The line above all results, where the form has one.
     void printHeader();
     void print(const SearchResult& result);
+    // The same, and if the style says so the rows under it.
+    void print(const UINode& node);
 
   private:
     void printLong(const SearchResult& result);
     void printJson(const SearchResult& result);
     void printPath(std::string_view path);
     void printForTerminal(std::string_view path);
-    void printSummary(const ContentFindings& findings);
+    void printSummary(const UINode& line);
     void appendMarked(std::string_view text, const std::vector<std::string>& loweredWords);
 
     OutputWriter& output_;

@@ -1,6 +1,9 @@
 // The process that keeps the catalogs up to date.
 #include <fmt/format.h>
 
+#include <set>
+
+#include "app/cli/catalog_actions.h"
 #include "app/cli/commands.h"
 #include "app/cli/display_text.h"
 #include "base/error.h"
@@ -39,8 +42,18 @@ class Service {
     void look() {
         context_.application.settingsStore().reload();
         catalogs_.reload();
+        tellUnusable();
         catalogs_.scheduleRefreshes();
         context_.application.mainQueue().postAfter(kInterval, [this] { look(); });
+    }
+
+    // Each once, and again if the reason changes.
+    void tellUnusable() {
+        for (const auto& entry : catalogs_.entries()) {
+            if (entry.index || !told_.insert(entry.info.displayName + "\n" + entry.reason).second) continue;
+            complain("the catalog " + inQuotes(entry.info.displayName) +
+                     " is not kept up to date: " + entry.reason + "; " + adviceOn(entry.info.displayName));
+        }
     }
 
     static std::string lineOf(const ContentIndex& index, const BuildOutcome& outcome) {
@@ -59,6 +72,7 @@ class Service {
     CommandContext& context_;
     InterruptWatcher interrupts_;
     ContentIndexManager& catalogs_;
+    std::set<std::string> told_;
 };
 
 }  // namespace
