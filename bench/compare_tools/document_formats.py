@@ -139,7 +139,10 @@ def open_package(kind, body, extra=()):
     mime = f"application/vnd.oasis.opendocument.{kind}"
     manifest = f'<manifest:manifest {OPEN}><manifest:file-entry manifest:full-path="content.xml"/></manifest:manifest>'
     content = f"<office:document-content {OPEN}><office:body>{body}</office:body></office:document-content>"
-    return package([("content.xml", xml(content)), ("META-INF/manifest.xml", xml(manifest)), *extra], first=mime)
+    # It says nothing, but some programs read no document without it.
+    meta = f"<office:document-meta {OPEN}><office:meta/></office:document-meta>"
+    return package([("content.xml", xml(content)), ("meta.xml", xml(meta)), ("META-INF/manifest.xml", xml(manifest)),
+                    *extra], first=mime)
 
 
 def open_paragraphs(paragraphs):
@@ -230,4 +233,9 @@ def eml(title, paragraphs):
             ).encode()
 
 
+def txt(title, paragraphs):
+    return "\n".join([title] + paragraphs + [""]).encode()
+
+
+PLAIN = {"txt": txt}
 FORMATS = {function.__name__: function for function in (html, pdf, docx, xlsx, pptx, odt, ods, odp, epub, rtf, eml)}

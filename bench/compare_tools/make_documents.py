@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Makes a deterministic folder of documents in eleven formats, with needles whose places are known.
 
-    make_documents.py FOLDER [COUNT]
+    make_documents.py FOLDER [COUNT [txt]]
 
-The default of 5,000 documents takes about 100 MB. FOLDER/../FOLDERNAME.needles.json tells for each needle the files
+The default of 5,000 documents takes about 100 MB; with "txt" all are plain text. FOLDER/../FOLDERNAME.needles.json tells for each needle the files
 that hold it, relative to FOLDER:
 
     "zephyranthine"       one document of each format
@@ -26,7 +26,7 @@ down only way find use may water long little very after words called just where 
 letter project meeting yearly price street house garden kitchen summer winter""".split()
 # Kilobytes of text that make a document of about 20 KB on average.
 TEXT_SIZE = {"html": 20, "pdf": 40, "docx": 45, "xlsx": 40, "pptx": 26, "odt": 46, "ods": 44, "odp": 44, "epub": 34,
-             "rtf": 20, "eml": 8}
+             "rtf": 20, "eml": 8, "txt": 20}
 ACCENTED = ["smörgåsbord", "Überprüfung", "crème brûlée"]
 
 
@@ -55,9 +55,9 @@ def put(rng, paragraphs, needle):
     paragraphs[at] = " ".join(words)
 
 
-def needles_for(number, formats):
+def needles_for(number):
     needles = []
-    if number < len(formats):
+    if number < len(document_formats.FORMATS):
         needles.append("zephyranthine")
     if number % 40 == 7:
         needles.append("yearly total")
@@ -70,19 +70,20 @@ def main():
     count = int(sys.argv[2]) if len(sys.argv) > 2 else 5000
     rng = random.Random(20_200_101)
     words = vocabulary(rng)
-    formats = list(document_formats.FORMATS)
+    writers = document_formats.PLAIN if "txt" in sys.argv[3:] else document_formats.FORMATS
+    formats = list(writers)
     places = {}
     for number in range(count):
         extension = formats[number % len(formats)]
         title = f"{rng.choice(words)} {rng.choice(words)}"
         paragraphs = paragraphs_of(rng, words, TEXT_SIZE[extension])
         name = os.path.join(f"set-{number % 53:02d}", f"{title.replace(' ', '-')}-{number:05d}.{extension}")
-        for needle in needles_for(number, formats):
+        for needle in needles_for(number):
             put(rng, paragraphs, needle)
             places.setdefault(needle, []).append(name)
         os.makedirs(os.path.dirname(os.path.join(folder, name)), exist_ok=True)
         with open(os.path.join(folder, name), "wb") as file:
-            file.write(document_formats.FORMATS[extension](title, paragraphs))
+            file.write(writers[extension](title, paragraphs))
     with open(folder + ".needles.json", "w", encoding="utf-8") as file:
         json.dump(places, file, ensure_ascii=False, indent=1)
 
