@@ -50,7 +50,9 @@ class SoughtText {
     SoughtText(const std::string& text, bool wholeWords, bool doubted) {
         const auto pieces = text::wordPieces(text);
         const bool isOne = pieces.size() == 1;
-        isExact_ = isOne && !doubted && !pieces[0].isTrimmed && text.size() == pieces[0].word.size();
+        // Symbols at the ends of a word are not stored, and beside one a word is no whole one.
+        isExact_ =
+            isOne && !doubted && !wholeWords && !pieces[0].isTrimmed && text.size() == pieces[0].word.size();
         for (std::size_t i = 0; i < pieces.size(); ++i) {
             const text::WordPiece& piece = pieces[i];
             // No stored word is the one that such a piece stands in.
@@ -162,12 +164,10 @@ class ContentScan {
         bool anyMayBeStruck = false;
         for (SoughtText& text : excluded_) {
             anyMayBeStruck = anyMayBeStruck || text.isOpen();
-            // Of a word excluded as a whole one only its first occurrence in the text counts.
-            const bool strikes = text.isExact() && !question_.wholeWords;
             for (const auto& [document, count] : text.documents()) {
                 const auto known = progress.find(document);
                 if (known != progress.end())
-                    (strikes ? known->second.isStruck : known->second.mayBeStruck) = true;
+                    (text.isExact() ? known->second.isStruck : known->second.mayBeStruck) = true;
             }
         }
         return judged(progress, anyMayBeStruck);

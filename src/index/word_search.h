@@ -2,8 +2,8 @@
 //
 // A catalog holds the words of a document and not their places, in lower case and without punctuation at both
 // ends. So a single word is answered for certain, and of everything else - several words in a row, text with
-// punctuation at its ends, a search that heeds case - it is told which documents may hold it: the caller
-// reads these.
+// punctuation at its ends, whole words, a search that heeds case - it is told which documents may hold it:
+// the caller reads these.
 #pragma once
 
 #include <cstdint>

@@ -188,7 +188,7 @@ TEST_F(WordIndexTest, TheWordsAnswerAsReadingEveryFileWould) {
         "The yearly total, of cats.",   "yearly\ntotal",   "half-yearly total (net)",
         "concatenate the Caf\u00e9",    "cat (cat) CAT",   "a cafe\u0301 in foo-bar",
         "total yearly; foo bar-x",      "costs C++ and c", "banana na na",
-        "\u00dcber stra\u00dfe a.b c.", "dog and cat",     "net $5 aaa aa b"};
+        "\u00dcber stra\u00dfe a.b c.", "dog and cat",     "net $5 aaa aa cat$"};
     for (std::size_t i = 0; i < texts.size(); ++i)
         folder.file("tree/" + std::to_string(i) + ".txt", texts[i]);
     const auto index = makeIndex();
@@ -197,7 +197,7 @@ TEST_F(WordIndexTest, TheWordsAnswerAsReadingEveryFileWould) {
     const auto paths = pathsOf(*index);
     const std::vector<std::vector<std::string>> queries = {
         {"cat"}, {"yearly total"}, {"foo-bar"},          {"a.b"},       {"cafe"},  {"CAF\u00c9"},
-        {"c++"}, {"cat", "dog"},   {"yearly", "net"},    {"na na"},     {"aa b"},  {"\u00fcber stra\u00dfe"},
+        {"c++"}, {"cat", "dog"},   {"yearly", "net"},    {"na na"},     {"aa ca"}, {"\u00fcber stra\u00dfe"},
         {"$5"},  {"bar"},          {"the yearly total"}, {"early tot"}, {"(cat)"}, {"absent"}};
     for (const auto& words : queries) {
         for (int flags = 0; flags < 16; ++flags) {
