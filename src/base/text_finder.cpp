@@ -80,7 +80,7 @@ class MacRomanFolds {
         for (std::size_t byte = 0; byte < units_.size(); ++byte) {
             const std::string character = decodedFromMacRoman(std::string(1, static_cast<char>(byte)));
             units_[byte] = unitAt(character, 0, ignoreCase, AccentFolds::of(ignoreCase)).first;
-            folded_[byte] = *byteOf(units_[byte]);  // the first one that is compared alike
+            folded_[byte] = byteOf(units_[byte]).value();  // the first one that is compared alike
         }
     }
 

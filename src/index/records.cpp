@@ -81,13 +81,13 @@ std::optional<FSItemView> decodeFSItem(std::string_view record) {
     item.name = nameInFSItem(record);
     if (item.name.empty() || !text::isValidUtf8(item.name)) return std::nullopt;
     std::size_t at = 0;
-    item.fsid = *safeValueAndIncrement<std::uint32_t>(record, at);
-    item.parentID = *safeValueAndIncrement<std::uint32_t>(record, at);
-    const auto type = *safeValueAndIncrement<std::uint8_t>(record, at);
+    item.fsid = safeValueAndIncrement<std::uint32_t>(record, at).value();
+    item.parentID = safeValueAndIncrement<std::uint32_t>(record, at).value();
+    const auto type = safeValueAndIncrement<std::uint8_t>(record, at).value();
     if (type > static_cast<std::uint8_t>(FSItemType::file)) return std::nullopt;
     item.type = static_cast<FSItemType>(type);
-    item.creationDate = *safeValueAndIncrement<std::int32_t>(record, at);
-    item.modificationDate = *safeValueAndIncrement<std::int32_t>(record, at);
+    item.creationDate = safeValueAndIncrement<std::int32_t>(record, at).value();
+    item.modificationDate = safeValueAndIncrement<std::int32_t>(record, at).value();
     at = kNameAt + item.name.size();
     item.version = safeValueAndIncrement<std::uint8_t>(record, at).value_or(0);
     item.size = safeValueAndIncrement<std::int64_t>(record, at).value_or(-1);
