@@ -20,14 +20,14 @@ namespace kestrix {
 
 namespace {
 
-std::string quoted(std::string_view text) {
+std::string withQuotes(std::string_view text) {
     return "\"" + std::string(text) + "\"";
 }
 
 std::string listed(const std::vector<std::string>& texts) {
     std::string list;
     for (const std::string& text : texts)
-        list += (list.empty() ? "" : ", ") + quoted(text);
+        list += (list.empty() ? "" : ", ") + withQuotes(text);
     return list;
 }
 
@@ -221,7 +221,7 @@ void Inquiry::askSources() {
     for (const auto& command : query_->commandsFoundInQuery()) {
         if (!command->commandStopsWordBasedSearches()) continue;
         return add("the disks are searched", false,
-                   quoted(command->commandToString()) + " takes their place");
+                   withQuotes(command->commandToString()) + " takes their place");
     }
     add("the disks are searched", false, "the line only narrows a search down; add a word");
 }
@@ -403,7 +403,7 @@ void Inquiry::judgeIgnoreLists() {
 
 std::string textOf(const Command& command) {
     const std::string text = command.commandToString();
-    return text.empty() ? "the words with a star" : quoted(text);
+    return text.empty() ? "the words with a star" : withQuotes(text);
 }
 
 // All are applied, in order and to the same record: a command may add to it for those behind it.
