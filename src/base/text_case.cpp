@@ -63,6 +63,16 @@ const std::string& userLanguage() {
     return kLanguage;
 }
 
+// Asked for once: how ICU sees to it that only one thread makes it, a sanitizer cannot tell.
+const icu::Normalizer2* composer() {
+    static const icu::Normalizer2* const kComposer = [] {
+        UErrorCode status = U_ZERO_ERROR;
+        const icu::Normalizer2* made = icu::Normalizer2::getNFCInstance(status);
+        return U_SUCCESS(status) ? made : nullptr;
+    }();
+    return kComposer;
+}
+
 }  // namespace
 
 std::string lowered(std::string_view text) {
@@ -93,9 +103,8 @@ std::string composed(std::string_view text) {
     const bool maybeDecomposed = std::any_of(
         text.begin(), text.end(), [](char byte) { return static_cast<unsigned char>(byte) >= 0xCC; });
     if (!maybeDecomposed) return std::string(text);
-    UErrorCode opened = U_ZERO_ERROR;
-    const icu::Normalizer2* nfc = icu::Normalizer2::getNFCInstance(opened);
-    if (U_FAILURE(opened)) return std::string(text);
+    const icu::Normalizer2* const nfc = composer();
+    if (nfc == nullptr) return std::string(text);
     return mapped(text, [nfc](icu::StringPiece stretch, icu::ByteSink& sink, UErrorCode& status) {
         nfc->normalizeUTF8(0, stretch, sink, nullptr, status);
     });
