@@ -15,7 +15,9 @@ import threading
 import time
 import unittest
 
-KESTRIX, SCRIPTS, PATIENCE = sys.argv[1], sys.argv[2], float(sys.argv[3])
+KESTRIX, SCRIPTS = sys.argv[1:3]
+# It takes a fifth of a second; reading on to the end of the document would take ten minutes.
+SECONDS_TO_STOP = 5
 sys.dont_write_bytecode = True
 sys.path.insert(0, SCRIPTS + "/../../bench/compare_tools")
 import document_formats as formats  # noqa: E402
@@ -118,7 +120,7 @@ class Documents(unittest.TestCase):
             begun = time.monotonic()
             program.send_signal(signal.SIGINT)
             program.communicate(timeout=100)
-            self.assertLess(time.monotonic() - begun, PATIENCE, command)
+            self.assertLess(time.monotonic() - begun, SECONDS_TO_STOP, command)
             self.assertEqual(program.returncode, 130, command)
         self.assertEqual(self.failed(), {})
 
