@@ -9,8 +9,9 @@
 
 namespace kestrix::cli {
 
-// The catalog of the list that has this name; or, for a path with the extension kxcache, that file, whether
-// it is in the list or not. Throws UsageError if there is neither.
+// The catalog of the list that has this name. Throws UsageError if there is none.
+ContentIndexManager::Entry listedCatalogNamed(std::string_view name, ContentIndexManager& catalogs);
+// The same; or, for a path with the extension kxcache, that file, whether it is in the list or not.
 ContentIndexManager::Entry catalogNamed(std::string_view name, ContentIndexManager& catalogs);
 // Its file can be read. Throws Error that says what to do otherwise.
 ContentIndexManager::Entry usableCatalogNamed(std::string_view name, ContentIndexManager& catalogs);

@@ -38,15 +38,19 @@ std::string adviceOn(std::string_view catalogName) {
            " forgets it";
 }
 
-ContentIndexManager::Entry catalogNamed(std::string_view name, ContentIndexManager& catalogs) {
+ContentIndexManager::Entry listedCatalogNamed(std::string_view name, ContentIndexManager& catalogs) {
     if (auto entry = catalogs.named(name)) return *std::move(entry);
-    if (isCatalogFile(name)) {
+    throw UsageError("there is no catalog " + inQuotes(name) + "; kestrix catalog list lists them");
+}
+
+ContentIndexManager::Entry catalogNamed(std::string_view name, ContentIndexManager& catalogs) {
+    if (isCatalogFile(name) && !catalogs.named(name)) {
         const std::string file = path::normalized(name, workingDirectory());
         FileAttributes attributes;
         if (readAttributes(file, true, attributes) == 0) return catalogs.ofFile(file);
         throw UsageError("there is no file " + inQuotes(name));
     }
-    throw UsageError("there is no catalog " + inQuotes(name) + "; kestrix catalog list lists them");
+    return listedCatalogNamed(name, catalogs);
 }
 
 ContentIndexManager::Entry usableCatalogNamed(std::string_view name, ContentIndexManager& catalogs) {

@@ -112,11 +112,7 @@ std::vector<Entry> entriesToUpdate(const Arguments& arguments, ContentIndexManag
         if (arguments.has("set-aside")) throw UsageError("--set-aside needs the name of one catalog");
         return catalogs.entries();
     }
-    const auto name = arguments.words.front();
-    auto entry = catalogs.named(name);
-    if (!entry)
-        throw UsageError("there is no catalog " + inQuotes(name) + "; kestrix catalog list lists them");
-    return {*std::move(entry)};
+    return {listedCatalogNamed(arguments.words.front(), catalogs)};
 }
 
 }  // namespace
@@ -157,12 +153,7 @@ int updateCatalogs(const Arguments& arguments, CommandContext& context) {
 
 int removeCatalog(const Arguments& arguments, CommandContext& context) {
     ContentIndexManager& catalogs = context.application.catalogs();
-    const auto entry = catalogs.named(arguments.words.front());
-    if (!entry) {
-        throw UsageError("there is no catalog " + inQuotes(arguments.words.front()) +
-                         "; kestrix catalog list lists them");
-    }
-    catalogs.remove(*entry);
+    catalogs.remove(listedCatalogNamed(arguments.words.front(), catalogs));
     return kExitFound;
 }
 
