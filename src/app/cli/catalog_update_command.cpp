@@ -1,6 +1,8 @@
 // What makes, fills and takes away catalogs.
 #include <fmt/format.h>
 
+#include <exception>
+
 #include "app/cli/build_watch.h"
 #include "app/cli/catalog_actions.h"
 #include "app/cli/display_text.h"
@@ -143,7 +145,7 @@ int updateCatalogs(const Arguments& arguments, CommandContext& context) {
         if (watch.interruptedBy()) break;
         try {
             code = std::max(code, updateOne(entry, arguments.has("set-aside"), watch, context));
-        } catch (const std::runtime_error& refusal) {
+        } catch (const std::exception& refusal) {
             complain(refusal.what());
             code = kExitFailure;
         }
