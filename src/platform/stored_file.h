@@ -13,8 +13,9 @@ namespace kestrix {
 // The whole file; nothing if there is none. Throws Error for anything else.
 std::optional<std::string> readWholeFile(const std::string& path);
 
-// Puts `bytes` in place of the file, or leaves it as it was: written beside it, synced, renamed, the folder
-// synced. Keeps the mode of an existing file; a new one is readable by its owner alone. Throws Error.
+// Puts `bytes` in place of the file, or leaves it as it was: written in its folder without a name where the
+// file system knows such files (open(2), O_TMPFILE), synced, named, renamed, the folder synced. Keeps the
+// mode of an existing file; a new one is readable by its owner alone. Throws Error.
 void replaceFile(const std::string& path, std::string_view bytes);
 
 // Puts the finished file `from`, written in the folder of `to`, in place of `to`: synced, renamed, the folder
@@ -23,9 +24,10 @@ void putInPlace(const std::string& from, const std::string& to);
 
 // Sets when the file was last changed, as exactly as its file system keeps dates. Throws Error.
 void setModificationDate(const std::string& path, const Timestamp& date);
-// The same for a file that is written piece by piece: what stands at `path` stays until commit, and for good
-// if commit is never called or fails. Symbolic links at the path are followed; what is there and no plain
-// file is refused. One thread. All operations throw Error.
+
+// As replaceFile, for a file that is written piece by piece: what stands at `path` stays until commit, and
+// for good if commit is never called or fails. Symbolic links at the path are followed; what is there and no
+// plain file is refused. One thread. All operations throw Error.
 class FileReplacement {
   public:
     // Whose file it is. A new file of the program's own is readable by its owner alone; one of the user's

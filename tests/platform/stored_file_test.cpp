@@ -1,5 +1,6 @@
 #include "platform/stored_file.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -24,6 +25,12 @@ std::set<std::string> namesIn(const std::string& folder) {
     for (const auto& entry : std::filesystem::directory_iterator(folder))
         names.insert(entry.path().filename());
     return names;
+}
+
+bool knowsNamelessFiles(const std::string& folder) {
+    const int file = ::open(folder.c_str(), O_WRONLY | O_TMPFILE | O_CLOEXEC, 0600);
+    if (file >= 0) ::close(file);
+    return file >= 0;
 }
 
 mode_t modeOf(const std::string& path) {
@@ -76,6 +83,7 @@ TEST(StoredFile, WhatIsWrittenInPiecesCountsOnlyWhenItIsComplete) {
     file.write("one ");
     file.write("two");
     EXPECT_EQ(readWholeFile(path), "old");
+    EXPECT_EQ(namesIn(folder.path()).size(), knowsNamelessFiles(folder.path()) ? 1U : 2U);
     file.commit();
     EXPECT_EQ(readWholeFile(path), "one two");
     EXPECT_EQ(namesIn(folder.path()), std::set<std::string>{"list"});

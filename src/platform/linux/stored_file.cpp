@@ -67,19 +67,20 @@ std::string endOfLinks(std::string path) {
 
 constexpr int kMostNames = 100;
 
-// A file beside the one to be replaced, removed again unless it took that one's place.
+// A file in the folder of the one to be replaced. Where the file system knows files without a name, it has
+// none until it is whole: no search lists it, and a killed program leaves nothing behind. Elsewhere it is
+// removed again unless it took the other's place.
 class TemporaryFile {
   public:
-    TemporaryFile(const std::string& folder, mode_t mode) {
-        int error = EEXIST;
-        for (int tries = 0; tries < kMostNames && error == EEXIST; ++tries) {
-            path_ = path::join(folder, ".kestrix-" + Uuid::make().text());
+    TemporaryFile(std::string folder, mode_t mode)
+        : folder_(std::move(folder)),
+          file_(retrying([&] { return ::open(folder_.c_str(), O_WRONLY | O_TMPFILE | O_CLOEXEC, mode); })) {
+        if (file_.isOpen()) return;
+        name([&](const std::string& path) {
             file_ = Descriptor(retrying(
-                [&] { return ::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode); }));
-            if (file_.isOpen()) return;
-            error = errno;
-        }
-        throwError("write into", folder, error);
+                [&] { return ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode); }));
+            return file_.isOpen();
+        });
     }
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
@@ -89,13 +90,36 @@ class TemporaryFile {
 
     const Descriptor& file() const { return file_; }
 
+    // A link never replaces a file, so it goes to a free name first.
     void takePlaceOf(const std::string& target) {
+        if (path_.empty()) {
+            const std::string nameless = "/proc/self/fd/" + std::to_string(file_.get());
+            name([&](const std::string& path) {
+                return ::linkat(AT_FDCWD, nameless.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
+            });
+        }
         if (::rename(path_.c_str(), target.c_str()) != 0) throwError("replace", target, errno);
         path_.clear();
     }
 
   private:
-    std::string path_;
+    // `take` makes the file at a path that seems free, or tells by errno why it cannot.
+    template <typename Take>
+    void name(Take take) {
+        int error = EEXIST;
+        for (int tries = 0; tries < kMostNames && error == EEXIST; ++tries) {
+            std::string path = path::join(folder_, ".kestrix-" + Uuid::make().text());
+            if (take(path)) {
+                path_ = std::move(path);
+                return;
+            }
+            error = errno;
+        }
+        throwError("write into", folder_, error);
+    }
+
+    std::string folder_;
+    std::string path_;  // empty while it has no name
     Descriptor file_;
 };
 
@@ -173,9 +197,7 @@ void FileReplacement::write(std::string_view bytes) {
 void FileReplacement::commit() {
     sync(state_->temporary.file(), state_->target);
     state_->temporary.takePlaceOf(state_->target);
-    // A folder that may be written but not read cannot be synced; the file is in place all the same.
-    const Descriptor opened(::open(state_->folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (opened.isOpen()) sync(opened, state_->folder);
+    syncFolder(state_->folder);
 }
 
 void replaceFile(const std::string& path, std::string_view bytes) {
