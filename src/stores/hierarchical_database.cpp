@@ -193,15 +193,22 @@ DBValue HierarchicalDatabase::readAs(const DBValue& type, const std::string& fie
     }
 }
 
-// A savepoint is a transaction of its own, or a part of the one that is open.
+// A savepoint is a transaction of its own, or a part of the one that is open. One of its own is not released
+// after a failure: that would be a commit, which fails as the first one did while a reader is there, and the
+// transaction that then stays open would swallow all later writes.
 void HierarchicalDatabase::write(const DBValue& value, const std::string& toField, const std::string& key,
                                  const DBFamily& family) {
+    const bool isPart = isInTransaction();
     execute("savepoint write");
     try {
         writeField(value, toField, key, family.name);
         execute("release write");
     } catch (const Error&) {
-        undo({"rollback to write", "release write"});
+        if (isPart) {
+            undo({"rollback to write", "release write"});
+        } else {
+            undo({"rollback transaction"});
+        }
         throw;
     }
 }

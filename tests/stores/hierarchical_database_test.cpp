@@ -134,6 +134,22 @@ TEST_F(HierarchicalDatabaseTest, LockedFileIsAClearErrorAndNoDamage) {
     EXPECT_EQ(second.read<double>("f", "k"), 1.0);
 }
 
+// A reader lets a writer begin, but not end.
+TEST_F(HierarchicalDatabaseTest, AWriteThatAReaderHeldUpTakesNoLaterOneWithIt) {
+    store_.execute("pragma busy_timeout = 0");
+    SQLite reader;
+    reader.open(file_, SQLite::kReadWrite);
+    reader.startTransaction();
+    reader.query("select * from families");
+    EXPECT_THROW(store_.write(1.0, "lost", "k"), Error);
+    reader.endTransaction();
+    store_.write(2.0, "f", "k");
+    store_.close();
+    store_.openStore(file_);
+    EXPECT_EQ(store_.read<double>("lost", "k"), std::nullopt);
+    EXPECT_EQ(store_.read<double>("f", "k"), 2.0);
+}
+
 TEST_F(HierarchicalDatabaseTest, WhatWasWrittenSurvivesAKilledWriter) {
     int told[2];
     ASSERT_EQ(::pipe(told), 0);

@@ -165,6 +165,10 @@ void SQLite::endTransaction() {
     sqlite3_db_cacheflush(dbSqlite_);
 }
 
+bool SQLite::isInTransaction() const {
+    return isOpen() && sqlite3_get_autocommit(dbSqlite_) == 0;
+}
+
 void SQLite::cleanup() {
     execute("PRAGMA analysis_limit=400;");
     execute("PRAGMA optimize;");

@@ -67,6 +67,7 @@ class SQLite {
     void transaction(const std::function<void()>& f);
     void startTransaction();
     void endTransaction();
+    bool isInTransaction() const;
 
     // Makes queries quick and the file small again; takes as long as the file is large.
     void cleanup();
