@@ -6,7 +6,6 @@
 #include <charconv>
 #include <chrono>
 
-#include "base/path.h"
 #include "platform/stored_file.h"
 #include "shell/logger.h"
 
@@ -124,24 +123,30 @@ std::optional<DBRect> rectOfText(std::string_view text) {
     return isRect ? std::optional(rect) : std::nullopt;
 }
 
+// One process at a time: of two that meet the damage at once, the second finds the new store of the first,
+// and leaves it and its journal alone.
 void HierarchicalDatabase::openStore(const std::string& file, const Damaged& onDamage) {
+    const FileLock hold(file);
+    if (openUnlessDamaged(file)) return;
+    const std::string keptAs = setAsideWithJournal(file);
+    if (onDamage) onDamage(keptAs);
+    openSound(file);
+}
+
+bool HierarchicalDatabase::openUnlessDamaged(const std::string& file) {
     try {
         openSound(file);
+        return true;
     } catch (const Error& error) {
         close();
-        if (error.code() == kBusy) {
-            throw Error(kErrorDomain, kBusy,
-                        "another program holds on to the store " + file + "; try again later");
-        }
-        if (!isDamage(error)) throw;
-        const std::string keptAs = setAsideWithJournal(file);
-        if (onDamage) onDamage(keptAs);
-        openSound(file);
+        if (isDamage(error)) return false;
+        if (error.code() != kBusy) throw;
+        throw Error(kErrorDomain, kBusy,
+                    "another program holds on to the store " + file + "; try again later");
     }
 }
 
 void HierarchicalDatabase::openSound(const std::string& file) {
-    makeFolder(std::string(path::parent(file)));
     open(file, kReadWrite | kCreate);
     execute("pragma busy_timeout = 1000");
     const auto faults = query("pragma quick_check(1)");

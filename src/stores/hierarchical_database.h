@@ -120,6 +120,7 @@ class HierarchicalDatabase : public SQLite {
     void writeField(const DBValue& value, const std::string& field, const std::string& key,
                     const std::string& family);
     void undo(std::initializer_list<std::string_view> statements);
+    bool openUnlessDamaged(const std::string& file);
     void openSound(const std::string& file);
     std::int64_t secondsNow() const;
 

@@ -4,9 +4,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cmath>
 #include <csignal>
 #include <filesystem>
+#include <thread>
 
 #include "platform/stored_file.h"
 #include "tests/support/temporary_folder.h"
@@ -110,6 +112,22 @@ TEST_F(HierarchicalDatabaseTest, DamagedFileIsSetAsideWithItsJournalAndNamed) {
         store_.write(1.0, "f", "k");
         EXPECT_EQ(store_.read<double>("f", "k"), 1.0);
         store_.close();
+    }
+}
+
+TEST_F(HierarchicalDatabaseTest, OfTwoThatMeetTheDamageAtOnceOneAloneSetsItAside) {
+    store_.close();
+    for (int round = 1; round <= 20; ++round) {
+        folder_.file("data/store.sqlite", std::string(5000, 'j'));
+        std::atomic<int> setAside = 0;
+        const auto openIt = [&] {
+            HierarchicalDatabase own;
+            own.openStore(file_, [&](const std::string&) { ++setAside; });
+        };
+        std::thread beside(openIt);
+        openIt();
+        beside.join();
+        ASSERT_EQ(setAside, 1) << round;
     }
 }
 
