@@ -34,10 +34,14 @@ void demandStorable(const std::string& path) {
     throw Error(kDomain, 0, text::displayable(path) + ": a favourite's path must be valid UTF-8");
 }
 
+std::vector<std::string_view> wordsOf(std::string_view name) {
+    return text::split(name, text::isWhiteSpaceOrNewline);
+}
+
 // Leading blanks of a name count for nothing: an empty key could never be typed.
 std::string keyOf(const std::string& path) {
-    const std::string_view name = text::trimmed(path::lastComponent(path));
-    return text::lowered(name.substr(0, name.find(' ')));
+    const auto words = wordsOf(path::lastComponent(path));
+    return words.empty() ? "" : text::lowered(words.front());
 }
 
 std::string freeKey(const Folders& folders, std::string key) {
@@ -55,11 +59,11 @@ std::string addTo(Folders& folders, const std::string& path) {
 
 // A name that was typed must be a word that can be typed in a line.
 std::string demandKey(const std::string& name) {
-    const std::string_view word = text::trimmed(name);
-    if (word.empty() || word.find(' ') != word.npos || !text::isValidUtf8(word)) {
+    const auto words = wordsOf(name);
+    if (words.size() != 1 || !text::isValidUtf8(name)) {
         throw Error(kDomain, 0, "\"" + text::displayable(name) + "\": a favourite's name must be one word");
     }
-    return text::lowered(word);
+    return text::lowered(words.front());
 }
 
 bool holdsPath(const Folders& folders, const std::string& path) {

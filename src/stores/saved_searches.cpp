@@ -115,6 +115,7 @@ std::optional<SavedSearchItem> SavedSearches::named(const std::string& displayNa
 void SavedSearches::saveAs(SavedSearchItem item) {
     demandStorable(item.queryString);
     demandStorable(item.location);
+    if (text::trimmed(item.queryString).empty()) throw Error(kDomain, 0, "There is no line to save");
     item.id = Uuid::make().text();
     save([&](Contents& contents) {
         demandFreeName(contents, item.displayName);

@@ -51,7 +51,7 @@ class SavedSearches {
     std::vector<SavedSearchItem> menuItems() const;
     std::optional<SavedSearchItem> named(const std::string& displayName) const;
 
-    // Adds the item under a new id. Throws Error if the name is in use or empty.
+    // Adds the item under a new id. Throws Error if the name is in use, or name or line are empty.
     void saveAs(SavedSearchItem item);
     // Each finds its item by its name and tells whether there is one. A new name that is another item's
     // throws Error.

@@ -21,10 +21,11 @@ TEST_F(FavoriteFoldersTest, KeyIsTheFirstWordOfTheNameWithACounterWhileTaken) {
     EXPECT_EQ(favorites.add("/q/Big-Data"), "big-1");
     EXPECT_EQ(favorites.add("/p/\xC3\x84pfel rot"), "\xC3\xA4pfel");
     EXPECT_EQ(favorites.add("/p/ blank first"), "blank");
+    EXPECT_EQ(favorites.add("/p/tab\tbehind"), "tab");
     EXPECT_EQ(favorites.keyFolderPairs().at("my-1"), "/p/My Films/");
     EXPECT_THROW(favorites.add("/a\xff"), Error);
     EXPECT_THROW(favorites.add(""), Error);
-    EXPECT_EQ(announced(), 7);
+    EXPECT_EQ(announced(), 8);
 }
 
 TEST_F(FavoriteFoldersTest, PairsOfTwoProcessesAreStoredAsAnObjectAndShownSorted) {
@@ -82,7 +83,7 @@ TEST_F(FavoriteFoldersTest, ItemsAreChangedAndDeletedByKeyAndByIndexAndNeverInto
     EXPECT_TRUE(favorites.changeDisplayItem(0, "b", "/b2"));
     EXPECT_FALSE(favorites.change("none", "x", "/x"));
     EXPECT_FALSE(favorites.changeDisplayItem(2, "x", "/x"));
-    for (const char* bad : {"work", "two words", "", " "})
+    for (const char* bad : {"work", "two words", "two\nlines", "", " "})
         EXPECT_THROW(favorites.change("b", bad, "/b2"), Error) << bad;
     EXPECT_EQ(favorites.sortedPairs(), (Pairs{{"b", "/b2"}, {"work", "/w"}}));
     EXPECT_EQ(announced(), 4);

@@ -115,7 +115,8 @@ int addRecent(std::string_view typed, Application& application) {
     if (std::any_of(items.begin(), items.end(), [&](const RecentItem& one) { return one.path == item; })) {
         return kExitFound;
     }
-    complain(inQuotes(item) + " is not kept: hidden items and the roots of disks are no recent items");
+    complain(inQuotes(item) +
+             " is not kept: hidden items, roots of disks and names that are no UTF-8 are no recent items");
     return kExitNothing;
 }
 
@@ -191,7 +192,7 @@ int runFavourites(const Arguments& arguments, CommandContext& context) {
                  "; kestrix favourites lists them");
         return kExitNothing;
     }
-    context.output.append(favourites.add(absolute(arguments.words.front())));
+    context.output.append(onOneLine(favourites.add(absolute(arguments.words.front()))));
     context.output.append('\n');
     return kExitFound;
 }
