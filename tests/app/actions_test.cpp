@@ -3,6 +3,7 @@
 
 #include <filesystem>
 
+#include "app/cli/chosen_files.h"
 #include "tests/app/program.h"
 
 namespace kestrix {
@@ -32,6 +33,30 @@ TEST_F(ActionsTest, RenameReadsANameALineAndStopsAtTheFirstFailure) {
     EXPECT_EQ(program_.run({"rename", folder_.path("missing")}).code, 2);
 }
 
+TEST_F(ActionsTest, NamesDoNothingToATerminal) {
+    const std::string file = folder_.file("\x1b[31m/file");
+    program_.setInput("new\n");
+    const Outcome shown = program_.runOnTerminal({"rename", file});
+    EXPECT_EQ(shown.output, folder_.path("\uFFFD[31m/new\r\n"));
+    ::testing::internal::CaptureStderr();
+    cli::ask({"delete “a\nb”?", "Delete? "});
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "delete “a\\nb”?\nDelete? ");
+}
+
+TEST_F(ActionsTest, WhatCannotBeReachedIsNotCalledMissing) {
+    const std::string locked = folder_.folder("locked"), file = folder_.file("locked/file");
+    fs::permissions(locked, fs::perms::none);
+    program_.runAsNobody();
+    using Line = std::vector<std::string>;
+    for (const Line& line : {Line{"rename", file}, Line{"delete", file, "--yes"}}) {
+        const Outcome refused = program_.run(line);
+        EXPECT_EQ(refused.code, 2);
+        EXPECT_EQ(refused.errors,
+                  "kestrix: cannot " + line.front() + " \"" + file + "\": Permission denied\n");
+    }
+    fs::permissions(locked, fs::perms::owner_all);
+}
+
 TEST_F(ActionsTest, DeleteNeedsAYesAndTellsWhatIsLeft) {
     const std::string file = folder_.file("tree/file"), tree = folder_.path("tree");
     const Outcome unasked = program_.run({"delete", tree});
@@ -59,6 +84,7 @@ TEST_F(ActionsTest, SavedSearchFindsWhatItsLineFinds) {
     const Outcome twice = program_.run({"saved", "add", "my reports", "x"});
     EXPECT_EQ(twice.code, 2);
     EXPECT_EQ(twice.errors, "kestrix: A search with the name my reports already exists. Try another name.\n");
+    EXPECT_EQ(program_.run({"saved", "add", "nothing", " "}).code, 2);
     EXPECT_EQ(program_.run({"saved"}).output, "my reports\treport : is file\t" + place + "\n");
     EXPECT_EQ(program_.run({"saved", "run", "my reports"}).output, report + "\n");
     EXPECT_EQ(program_.run({"saved", "run", "my reports", "--system", "--count"}).output, "2\n");

@@ -1,6 +1,8 @@
 #include "app/cli/chosen_files.h"
 
+#include <cerrno>
 #include <iostream>
+#include <system_error>
 #include <unordered_set>
 #include <utility>
 
@@ -14,19 +16,23 @@ namespace kestrix::cli {
 
 namespace {
 
-// Nothing if there is no such file.
-std::optional<std::string> chosenFile(std::string_view typed) {
+void demandNameOfItsOwn(std::string_view typed) {
     const std::string_view name = path::lastComponent(typed);
-    if (name.empty() || name == "/" || name == "." || name == "..") {
-        throw UsageError(inQuotes(typed) + " has no name of its own; write the name of the file or folder");
-    }
-    const std::string folder = typed.front() == '/' ? std::string(path::parent(typed))
-                                                    : path::join(workingDirectory(), path::parent(typed));
-    const std::string resolved = resolvedPath(folder);
-    std::string file = path::join(resolved, name);
+    if (!name.empty() && name != "/" && name != "." && name != "..") return;
+    throw UsageError(inQuotes(typed) + " has no name of its own; write the name of the file or folder");
+}
+
+// 0, or the errno that tells why there is no such file.
+int findFile(std::string_view typed, std::string& file) {
+    const std::string_view name = path::lastComponent(typed);
+    std::string folder(path::parent(typed));
+    if (!typed.starts_with('/')) folder = path::join(workingDirectory(), folder);
     FileAttributes attributes;
-    if (resolved.empty() || readAttributes(file, false, attributes) != 0) return std::nullopt;
-    return file;
+    if (const int number = readAttributes(path::join(folder, name), false, attributes)) return number;
+    folder = resolvedPath(folder);
+    if (folder.empty()) return ENOENT;
+    file = path::join(folder, name);
+    return 0;
 }
 
 }  // namespace
@@ -35,24 +41,22 @@ ChosenFiles chosenFiles(const std::vector<std::string_view>& typed) {
     ChosenFiles chosen;
     std::unordered_set<std::string> seen;
     for (const std::string_view each : typed) {
-        auto file = chosenFile(each);
-        if (!file) {
-            chosen.missing.push_back(each);
-        } else if (seen.insert(*file).second) {
-            chosen.files.push_back(*std::move(file));
+        demandNameOfItsOwn(each);
+        std::string file;
+        if (const int number = findFile(each, file)) {
+            chosen.missing.push_back({each, std::generic_category().message(number)});
+        } else if (seen.insert(file).second) {
+            chosen.files.push_back(std::move(file));
         }
     }
     return chosen;
 }
 
-void ask(std::string_view text) {
+void ask(std::initializer_list<std::string_view> lines) {
     std::string safe;
-    for (std::size_t at = 0;;) {
-        const std::size_t end = text.find('\n', at);
-        appendSafely(safe, text.substr(at, end - at));
-        if (end == text.npos) break;
-        safe += '\n';
-        at = end + 1;
+    for (const std::string_view& line : lines) {
+        if (&line != lines.begin()) safe += '\n';
+        appendSafely(safe, line);
     }
     writeTo(StandardStream::error, safe);
 }

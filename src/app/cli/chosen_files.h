@@ -1,6 +1,7 @@
 // The files that a command changes, and the questions that it asks first.
 #pragma once
 
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -11,8 +12,12 @@
 namespace kestrix::cli {
 
 struct ChosenFiles {
+    struct Missing {
+        std::string_view typed;
+        std::string reason;
+    };
     std::vector<std::string> files;
-    std::vector<std::string_view> missing;  // as typed
+    std::vector<Missing> missing;
 };
 
 // The typed paths, absolute. Folders on the way are resolved as the kernel does ("link/.." is the folder
@@ -20,8 +25,9 @@ struct ChosenFiles {
 // there once. Throws UsageError for a path that ends in no name of its own ("/", "..").
 ChosenFiles chosenFiles(const std::vector<std::string_view>& typed);
 
-// Shows `text` on standard error, safe for a terminal; a new line in it stays one.
-void ask(std::string_view text);
+// Shows the lines on standard error, safe for a terminal: each stays one line whatever names it holds. The
+// answer is typed behind the last.
+void ask(std::initializer_list<std::string_view> lines);
 
 // The next line of standard input without its end; nothing at the end of the input.
 std::optional<std::string> readAnswer();

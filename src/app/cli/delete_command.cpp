@@ -71,9 +71,9 @@ int DeleteRun::run() {
 // The watch on Ctrl-C begins when there is something to stop half-way; before that, it ends the program.
 bool DeleteRun::confirm(const Warning& warning) {
     if (asks_) {
-        ask(warning.message + "\n" + warning.informativeText + "\n" + warning.deleteButton + "? [y/N] ");
+        ask({warning.message, warning.informativeText, warning.deleteButton + "? [y/N] "});
         const auto answer = readAnswer();
-        if (!answer) ask("\n");
+        if (!answer) writeTo(StandardStream::error, "\n");
         if (answer != "y" && answer != "Y" && answer != "yes") return false;
     }
     interrupts_ = std::make_unique<InterruptWatcher>([this](int signal) {
@@ -108,8 +108,8 @@ int runDelete(const Arguments& arguments, CommandContext& context) {
         throw UsageError("delete asks before it deletes, and nobody is there to answer; give --yes");
     }
     const ChosenFiles chosen = chosenFiles(arguments.words);
-    for (const std::string_view missing : chosen.missing)
-        complain("cannot delete " + inQuotes(missing) + ": there is no such file or folder");
+    for (const auto& missing : chosen.missing)
+        complain("cannot delete " + inQuotes(missing.typed) + ": " + missing.reason);
     if (chosen.files.empty()) return kExitFailure;
     const int code = DeleteRun(context.application, outermost(chosen.files), asks).run();
     return code == kExitFound && !chosen.missing.empty() ? kExitFailure : code;

@@ -10,11 +10,20 @@ namespace kestrix::cli {
 namespace {
 
 void askForName(const RenameVC::Question& question) {
-    // A name may hold a new line, a question is one line.
-    std::string title;
-    appendSafely(title, question.title);
+    std::string title = question.title;
     if (!question.position.empty()) title += " (" + question.position + ")";
-    ask(title + "\nNew Name: ");
+    ask({title, "New Name: "});
+}
+
+void print(const std::string& path, OutputWriter& output) {
+    std::string line;
+    if (isTerminal(StandardStream::output)) {
+        appendSafely(line, path);
+    } else {
+        line = path;
+    }
+    output.append(line + "\n");
+    output.flush();
 }
 
 void tellWhatIsLeft(const std::vector<std::string>& left) {
@@ -32,12 +41,13 @@ int runRename(const Arguments& arguments, CommandContext& context) {
     const auto observation =
         RenameVC::itemsRenamed(application.notifications(), [&](const std::vector<RenameVC::Renamed>& pairs) {
             for (const auto& pair : pairs)
-                context.output.append(pair.newPath + "\n");
-            context.output.flush();
+                print(pair.newPath, context.output);
         });
     ChosenFiles chosen = chosenFiles(arguments.words);
     if (!chosen.missing.empty()) {
-        throw UsageError("there is no " + inQuotes(chosen.missing.front()) + "; name a file or folder");
+        const auto& [typed, reason] = chosen.missing.front();
+        complain("cannot rename " + inQuotes(typed) + ": " + reason);
+        return kExitFailure;
     }
     window.show(std::move(chosen.files));
     const bool isAsked = isTerminal(StandardStream::input);
@@ -45,7 +55,7 @@ int runRename(const Arguments& arguments, CommandContext& context) {
         if (isAsked) askForName(*question);
         const auto answer = readAnswer();
         if (!answer) {
-            if (isAsked) ask("\n");
+            if (isAsked) writeTo(StandardStream::error, "\n");
             tellWhatIsLeft(window.itemsLeft());
             return kExitFailure;
         }
