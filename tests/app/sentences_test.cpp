@@ -219,6 +219,10 @@ TEST_F(Sentences, TagsAreSetListedAddedAndRemoved) {
     EXPECT_EQ(comma.code, 2);
     EXPECT_EQ(comma.errors.rfind("kestrix: ", 0), 0u);
     EXPECT_EQ(program_.run({"tag", "list", path + "x"}).code, 2);
+    const std::string elsewhere = program_.folder().file("elsewhere/folder/picture.jpg");
+    std::filesystem::create_symlink(program_.folder().path("elsewhere/folder"), tree() + "/link");
+    program_.run({"tag", "set", tree() + "/link/../folder/picture.jpg", "red"});
+    EXPECT_EQ(output({"tag", "list", elsewhere}), "red\n") << "beside the target of the link";
     EXPECT_EQ(program_.run({"tag", "set", path}).code, 0);
     EXPECT_EQ(program_.run({"tag", "list", path}).code, 1);
 }
@@ -251,6 +255,9 @@ TEST_F(Sentences, AScriptIsRunByItsName) {
     EXPECT_EQ(broken.errors.rfind("kestrix: ", 0), 0u) << broken.errors;
     EXPECT_EQ(output({"complete", ": run no"}), "\"note it\"\n");
     EXPECT_EQ(program_.run({"script", "run", "absent"}).code, 2);
+    program_.folder().file("elsewhere/beside");
+    std::filesystem::create_symlink(program_.folder().folder("elsewhere/folder"), tree() + "/link");
+    EXPECT_EQ(program_.run({"script", "run", "note it", tree() + "/link/../beside"}).code, 0);
 }
 
 }  // namespace

@@ -52,6 +52,13 @@ ChosenFiles chosenFiles(const std::vector<std::string_view>& typed) {
     return chosen;
 }
 
+std::string absolutePath(std::string_view typed) {
+    const std::string folder = typed.starts_with('/') ? "/" : workingDirectory();
+    std::string tidied = path::normalized(typed, folder);
+    std::string meant = resolvedPath(path::join(folder, typed));
+    return meant.empty() || meant == resolvedPath(tidied) ? tidied : meant;
+}
+
 void ask(std::initializer_list<std::string_view> lines) {
     std::string safe;
     for (const std::string_view& line : lines) {

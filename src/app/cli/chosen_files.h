@@ -1,4 +1,4 @@
-// The files that a command changes, and the questions that it asks first.
+// The paths that a command is given, the files that it changes, and the questions that it asks first.
 #pragma once
 
 #include <initializer_list>
@@ -24,6 +24,11 @@ struct ChosenFiles {
 // above the link's target), the last name is kept: a link is the link itself. One that is named twice is
 // there once. Throws UsageError for a path that ends in no name of its own ("/", "..").
 ChosenFiles chosenFiles(const std::vector<std::string_view>& typed);
+
+// A path as it is shown and kept: absolute, with "." and ".." taken out, links left as they were typed. Where
+// a ".." behind a link makes that another place than the kernel means, the kernel's, with all links resolved.
+// What is not there is only tidied up.
+std::string absolutePath(std::string_view typed);
 
 // Shows the lines on standard error, safe for a terminal: each stays one line whatever names it holds. The
 // answer is typed behind the last.

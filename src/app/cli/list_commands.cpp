@@ -5,6 +5,7 @@
 #include <charconv>
 #include <nlohmann/json.hpp>
 
+#include "app/cli/chosen_files.h"
 #include "app/cli/commands.h"
 #include "app/cli/display_text.h"
 #include "base/calendar.h"
@@ -47,7 +48,7 @@ int printList(const Arguments& arguments, CommandContext& context, const std::ve
 
 std::string absolute(std::string_view typed) {
     if (typed.empty()) throw UsageError("an empty path names nothing");
-    return path::normalized(typed, typed.front() == '/' ? "/" : workingDirectory());
+    return absolutePath(typed);
 }
 
 int listHistory(const Arguments& arguments, CommandContext& context) {

@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "actions/scripter.h"
+#include "app/cli/chosen_files.h"
 #include "app/cli/commands.h"
 #include "app/cli/display_text.h"
 #include "base/error.h"
@@ -11,7 +12,6 @@
 #include "platform/directory.h"
 #include "platform/interrupts.h"
 #include "platform/standard_streams.h"
-#include "platform/system_info.h"
 
 namespace kestrix::cli {
 
@@ -43,9 +43,8 @@ std::string scriptNamed(std::string_view typed, const Scripter& scripter) {
 
 std::string existing(std::string_view typed) {
     FileAttributes attributes;
-    const std::string path =
-        typed.empty() ? "" : path::normalized(typed, typed.front() == '/' ? "/" : workingDirectory());
-    if (path.empty() || readAttributes(path, false, attributes) != 0)
+    std::string path = absolutePath(typed);
+    if (typed.empty() || readAttributes(path, false, attributes) != 0)
         throw UsageError("there is no " + inQuotes(typed) + "; name a file or folder");
     return path;
 }

@@ -5,7 +5,6 @@
 #include "app/cli/commands.h"
 #include "app/cli/display_text.h"
 #include "base/error.h"
-#include "base/path.h"
 #include "platform/system_info.h"
 
 namespace kestrix::cli {
@@ -14,10 +13,7 @@ namespace {
 using Tags = std::vector<std::string>;
 
 std::string existing(std::string_view typed) {
-    const std::string path =
-        typed.empty()
-            ? std::string()
-            : resolvedPath(path::normalized(typed, typed.front() == '/' ? "/" : workingDirectory()));
+    std::string path = resolvedPath(std::string(typed));
     if (path.empty()) throw UsageError("there is no " + inQuotes(typed) + "; name a file or folder");
     return path;
 }

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "app/cli/chosen_files.h"
 #include "app/cli/commands.h"
 #include "app/cli/display_text.h"
 #include "app/cli/find_request.h"
@@ -19,7 +20,7 @@ namespace {
 // them.
 std::string pathAsFound(std::string_view typed, const SearchLocation& location) {
     if (typed.empty()) throw UsageError("an empty path names nothing");
-    std::string path = path::normalized(typed, typed.front() == '/' ? "/" : workingDirectory());
+    std::string path = absolutePath(typed);
     const auto starts = location.locationURLs();
     const bool isBelow = std::any_of(starts.begin(), starts.end(), [&](const std::string& start) {
         return path::isOrIsBelow(path, start);
