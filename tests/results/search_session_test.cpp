@@ -2,10 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
 #include "actions/script_command.h"
+#include "base/lock.h"
 #include "base/operation_queue.h"
 #include "language/vocabulary.h"
 #include "platform/stored_file.h"
@@ -117,11 +119,12 @@ class SearchSessionTest : public ::testing::Test {
     LanguageParse language;
     ManualClock clock;
     RunLoop loop{clock};
-    std::string fileToFind = "/home/kx/cat";
-    bool sourceStays = false;
+    // A search asks for them on a thread of its own, one that was replaced perhaps late.
+    Locked<std::string> fileToFind{"/home/kx/cat"};
+    std::atomic<bool> sourceStays = false;
     SearchEnvironment searches{loop, clock, {}, {{}, [this] {
                                                      return SearchDataSources{std::make_shared<OneFileSource>(
-                                                         fileToFind, sourceStays)};
+                                                         fileToFind.get(), sourceStays)};
                                                  }}};
     Paths history;
     SearchSessionEnvironment environment{
@@ -199,7 +202,7 @@ TEST_F(SearchSessionTest, NothingOfAReplacedSearchReachesTheNewList) {
     found("/home/kx/cat1", 1);
     found("/home/kx/cat2", 2);  // waits in the bucket
     sourceStays = false;
-    fileToFind = "/home/kx/dog";
+    fileToFind.set("/home/kx/dog");
     search("dog");
     managers.back()->waitUntilEnded();
     session->searchManagerFoundItems({SearchResult()}, 7, old);
