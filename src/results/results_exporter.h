@@ -32,6 +32,8 @@ class ExportFile {
     std::string gathered_;
 };
 
+// Exports a list that is in memory without holding up the main queue, and keeps what the panel shows that
+// asks where to. Whoever writes results as they are found uses an ExportFile itself.
 class ResultsExporter {
   public:
     using Format = ResultLinesFormat;
