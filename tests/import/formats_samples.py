@@ -83,10 +83,12 @@ RICH_WORD = word(
     '<w:p><w:pPr><w:tabs><w:tab/></w:tabs></w:pPr><w:r><w:t xml:space="preserve">split </w:t></w:r><w:r><w:t>wo</w:t>'
     "</w:r><w:r><w:t>rd</w:t><w:tab/><w:t>tabbed</w:t><w:br/><w:t>soft\u00adhyphen</w:t></w:r>"
     "<w:r><w:instrText>fieldcode</w:instrText></w:r><w:r><w:delText>deleted</w:delText></w:r></w:p>"
-    "<mc:AlternateContent><mc:Choice><w:p><w:t>box</w:t></w:p></mc:Choice><mc:Fallback><w:p><w:t>again</w:t></w:p>"
-    "</mc:Fallback></mc:AlternateContent>",
-    header1=f"<w:hdr {WORD_SPACE}><w:p><w:t>in the header</w:t></w:p></w:hdr>",
-    footnotes=f"<w:notes {WORD_SPACE}><w:p><w:t>in a note</w:t></w:p></w:notes>")
+    "<w:p><w:t>a</w:t><mc:AlternateContent><mc:Choice><w:txbxContent><w:p><w:t>box</w:t></w:p></w:txbxContent></mc:Choice>"
+    "<mc:Fallback><w:txbxContent><w:p><w:t>again</w:t></w:p></w:txbxContent></mc:Fallback></mc:AlternateContent>"
+    "<w:t>round</w:t><w:moveFrom><w:t>elsewhere</w:t></w:moveFrom></w:p>",
+    header1=f"<w:hdr {WORD_SPACE}><w:p><w:t>in the</w:t><w:ptab/><w:t>header</w:t></w:p></w:hdr>",
+    footnotes2=f"<w:notes {WORD_SPACE}><w:p><w:t>in a note</w:t></w:p></w:notes>",
+    **{"charts/chart1": "<chart><p><t>pie</t></p><cat><v>slice</v></cat><numCache><v>7</v></numCache></chart>"})
 RICH_SHEET = formats.package([
     ("xl/workbook.xml", '<workbook><sheets><sheet name="Budget"/></sheets></workbook>'),
     ("xl/sharedStrings.xml", "<sst><si><r><t>two </t></r><r><t>runs</t></r><rPh><t>spoken</t></rPh></si>"
@@ -113,7 +115,9 @@ SAMPLES |= {
     "rich.xlsx": RICH_SHEET,
     "changed.odt": formats.open_package("text", "<office:text><text:tracked-changes><text:p>deleted</text:p>"
                                         "</text:tracked-changes><text:p>one<text:s/>two<text:line-break/>three"
-                                        "<text:tab/>four</text:p></office:text>"),
+                                        "<text:tab/>four</text:p><text:p>in<text:note><text:note-citation>1</text:note-citation>"
+                                        "<text:note-body><text:p>below</text:p></text:note-body></text:note>side</text:p>"
+                                        "</office:text>"),
     "locked.docx": locked(formats.docx(TITLE, PARAGRAPHS)),
     "wrapped.docx": b"\xd0\xcf\x11\xe0\xa1\xb1\x1a\xe1" + bytes(2000),
     "locked.odt": formats.package([("content.xml", b"\x93\x41"), ("META-INF/manifest.xml",

@@ -75,6 +75,9 @@ TEST_F(TextFormatsTest, RichTextReadsAsItIsSeen) {
         "link — “q”xy");
     EXPECT_EQ(rtf("{\\pict 00ff}{\\*\\shpinst{\\sp{\\sn no}}{\\shptxt in shape}}\\par{\\bin3 }}}z"),
               "in shape\nz");
+    EXPECT_EQ(rtf(R"({\header top}in{\super\chftn}{\*\footnote below}side{\deleted not} )"
+                  R"({\deleted0 the}{\shp{\*\shpinst{\shptxt box}}{\shprslt box}} line)"),
+              "top\ninside the line\nbelow\nbox");
 }
 
 TEST_F(TextFormatsTest, RichTextIsReadInItsCodePages) {

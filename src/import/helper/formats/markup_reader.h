@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <span>
 #include <string_view>
+#include <vector>
 
 #include "import/helper/formats/text_writer.h"
 #include "import/helper/formats/xml_stream.h"
@@ -18,6 +19,8 @@ enum MarkupRole : std::uint8_t {
     kEndsWord = 8,    // a blank behind it
     kIsHyphen = 16,   // it stands for one
     kIsSkipped = 32,  // nothing in it counts
+    kIsAside = 64,    // it stands beside the text around it, and only what in it holds text anew counts
+    kIsNamed = 128,   // its attribute "name" is a line in front of it
 };
 
 struct MarkupRule {
@@ -37,11 +40,14 @@ class MarkupReader : public XmlHandler {
 
   private:
     unsigned rolesOf(std::string_view name) const;
+    void beginAside();
+    void endAside();
 
     std::span<const MarkupRule> rules_;
     TextWriter& writer_;
-    int holding_ = 0;   // open elements that hold text
-    int skipping_ = 0;  // open elements whose content does not count
+    int holding_ = 0;          // open elements that hold text, since the innermost aside
+    int skipping_ = 0;         // open elements whose content does not count
+    std::vector<int> around_;  // `holding_` as it was in front of each open aside
 };
 
 }  // namespace kestrix

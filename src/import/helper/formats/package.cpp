@@ -16,62 +16,85 @@ namespace {
 using std::string_view;
 
 // Word processing of the one family (docx). A drawing is there twice for old programs: the second is skipped.
-// The codes of fields (instrText) and deleted text (delText) hold no `t`.
-constexpr std::array<MarkupRule, 7> kWordRules = {{{"t", kHoldsText},
-                                                   {"p", kEndsLine},
-                                                   {"tab", kEndsCell},
-                                                   {"br", kEndsLine},
-                                                   {"cr", kEndsLine},
-                                                   {"noBreakHyphen", kIsHyphen},
-                                                   {"Fallback", kIsSkipped}}};
-constexpr std::array<string_view, 6> kWordMembers = {"word/document.xml", "word/header*.xml",
-                                                     "word/footer*.xml",  "word/footnotes.xml",
-                                                     "word/endnotes.xml", "word/comments.xml"};
+// So is text that was moved away (the place it went to has it, too) and how a text is spoken (rt). The codes
+// of fields (instrText) and deleted text (delText) hold no `t`. In the charts and diagrams, `v` names a bar
+// or a slice. Some servers number the members.
+constexpr std::array<MarkupRule, 13> kWordRules = {{{"t", kHoldsText},
+                                                    {"p", kEndsLine},
+                                                    {"tab", kEndsCell},
+                                                    {"ptab", kEndsCell},
+                                                    {"br", kEndsLine},
+                                                    {"cr", kEndsLine},
+                                                    {"noBreakHyphen", kIsHyphen},
+                                                    {"txbxContent", kIsAside},
+                                                    {"moveFrom", kIsSkipped},
+                                                    {"rt", kIsSkipped},
+                                                    {"v", kHoldsText | kEndsCell},
+                                                    {"numCache", kIsSkipped},
+                                                    {"Fallback", kIsSkipped}}};
+constexpr std::array<string_view, 8> kWordMembers = {
+    "word/document*.xml", "word/header*.xml",   "word/footer*.xml",        "word/footnotes*.xml",
+    "word/endnotes*.xml", "word/comments*.xml", "word/diagrams/data*.xml", "word/charts/chart*.xml"};
 
-// Slides (pptx), their notes, their comments (`text`) and the diagrams on them.
-constexpr std::array<MarkupRule, 5> kSlideRules = {{{"t", kHoldsText},
+// Slides (pptx), their notes, their comments (of old in `text`) and the diagrams and charts on them.
+constexpr std::array<MarkupRule, 7> kSlideRules = {{{"t", kHoldsText},
                                                     {"p", kEndsLine},
                                                     {"br", kEndsLine},
                                                     {"text", kHoldsText | kEndsLine},
+                                                    {"v", kHoldsText | kEndsCell},
+                                                    {"numCache", kIsSkipped},
                                                     {"Fallback", kIsSkipped}}};
-constexpr std::array<string_view, 4> kSlideMembers = {"ppt/slides/slide*.xml",
-                                                      "ppt/notesSlides/notesSlide*.xml",
-                                                      "ppt/diagrams/data*.xml", "ppt/comments/comment*.xml"};
+constexpr std::array<string_view, 5> kSlideMembers = {
+    "ppt/slides/slide*.xml", "ppt/notesSlides/notesSlide*.xml", "ppt/diagrams/data*.xml",
+    "ppt/charts/chart*.xml", "ppt/comments/*.xml"};
 
-// What hangs on the cells of a sheet (xlsx): comments and drawings. The cells are another matter.
+// What hangs on the cells of a sheet (xlsx): comments, drawings and charts. The cells are another matter.
 constexpr std::array<MarkupRule, 4> kSheetRules = {
     {{"t", kHoldsText}, {"p", kEndsLine}, {"comment", kEndsLine}, {"Fallback", kIsSkipped}}};
-constexpr std::array<string_view, 2> kSheetMembers = {"xl/comments*.xml", "xl/drawings/drawing*.xml"};
+constexpr std::array<string_view, 3> kSheetMembers = {"xl/comments*.xml", "xl/drawings/drawing*.xml",
+                                                      "xl/charts/chart*.xml"};
 
-// The other family (odt, odp and their templates). Deleted text stands among the tracked changes.
-constexpr std::array<MarkupRule, 6> kOpenRules = {{{"p", kHoldsText | kEndsLine},
-                                                   {"h", kHoldsText | kEndsLine},
-                                                   {"s", kEndsWord},
-                                                   {"tab", kEndsCell},
-                                                   {"line-break", kEndsLine},
-                                                   {"tracked-changes", kIsSkipped}}};
+// The other family (odt, odp and their templates). Deleted text stands among the tracked changes. Notes,
+// comments and drawings stand inside of the paragraph that they belong to, with more than what is to be seen:
+// the number of the note, the author of the comment.
+constexpr std::array<MarkupRule, 14> kOpenRules = {{{"p", kHoldsText | kEndsLine},
+                                                    {"h", kHoldsText | kEndsLine},
+                                                    {"s", kEndsWord},
+                                                    {"tab", kEndsCell},
+                                                    {"line-break", kEndsLine},
+                                                    {"note", kIsAside},
+                                                    {"annotation", kIsAside},
+                                                    {"frame", kIsAside},
+                                                    {"custom-shape", kIsAside},
+                                                    {"rect", kIsAside},
+                                                    {"ellipse", kIsAside},
+                                                    {"g", kIsAside},
+                                                    {"ruby-text", kIsSkipped},
+                                                    {"tracked-changes", kIsSkipped}}};
 constexpr std::array<string_view, 2> kOpenMembers = {"content.xml", "styles.xml"};
 
 // Its sheets (ods): a row is a line, whatever stands in a cell.
-constexpr std::array<MarkupRule, 7> kOpenSheetRules = {{{"p", kHoldsText | kEndsWord},
+constexpr std::array<MarkupRule, 9> kOpenSheetRules = {{{"p", kHoldsText | kEndsWord},
                                                         {"h", kHoldsText | kEndsWord},
                                                         {"s", kEndsWord},
+                                                        {"tab", kEndsWord},
+                                                        {"line-break", kEndsWord},
                                                         {"table-cell", kEndsCell},
                                                         {"table-row", kEndsLine},
-                                                        {"table", kEndsLine},
+                                                        {"table", kIsNamed | kEndsLine},
                                                         {"tracked-changes", kIsSkipped}}};
 
 constexpr string_view kOpenSheetType = "application/vnd.oasis.opendocument.spreadsheet";
 
 struct PackageKind {
-    const char* marker;  // the member by which it is known
+    string_view marker;  // the member by which it is known
     string_view type;    // what its member "mimetype" begins with; empty if that does not matter
     void (*before)(TextWriter&, ZipPackage&);  // writes what no table can tell; may be null
     std::span<const string_view> members;
     std::span<const MarkupRule> rules;
 };
 constexpr std::array<PackageKind, 5> kKinds = {
-    {{"word/document.xml", {}, nullptr, kWordMembers, kWordRules},
+    {{kWordMembers.front(), {}, nullptr, kWordMembers, kWordRules},
      {"xl/workbook.xml", {}, writeSpreadsheet, kSheetMembers, kSheetRules},
      {"ppt/presentation.xml", {}, nullptr, kSlideMembers, kSlideRules},
      {"content.xml", kOpenSheetType, nullptr, kOpenMembers, kOpenSheetRules},
@@ -82,7 +105,7 @@ constexpr const char* kBookMarker = "META-INF/container.xml";
 const PackageKind& kindOf(ZipPackage& package) {
     const std::string type = package.has("mimetype") ? package.whole("mimetype", 256) : "";
     for (const PackageKind& kind : kKinds) {
-        if (package.has(kind.marker) && type.starts_with(kind.type)) return kind;
+        if (type.starts_with(kind.type) && !package.membersLike(kind.marker).empty()) return kind;
     }
     failDocument(ImportFailure::damaged, "holds no document of a known kind");
 }

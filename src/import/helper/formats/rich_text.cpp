@@ -35,6 +35,7 @@ enum class Action {
     fontCharset,
     binary,       // its number is how many bytes follow that mean nothing here
     starredText,  // text although its group is marked as one that may be skipped
+    aside,        // likewise, and beside the text around it
 };
 
 struct Word {
@@ -77,13 +78,25 @@ const std::unordered_map<string_view, Word>& words() {
         {"fcharset", {Action::fontCharset}},
         {"bin", {Action::binary}},
         {"shpinst", {Action::starredText}},
-        {"annotation", {Action::starredText}},
+        {"shptxt", {Action::aside}},
+        {"annotation", {Action::aside}},
+        {"footnote", {Action::aside}},
+        {"header", {Action::aside}},
+        {"headerl", {Action::aside}},
+        {"headerr", {Action::aside}},
+        {"headerf", {Action::aside}},
+        {"footer", {Action::aside}},
+        {"footerl", {Action::aside}},
+        {"footerr", {Action::aside}},
+        {"footerf", {Action::aside}},
         {"colortbl", {Action::skipGroup}},
         {"stylesheet", {Action::skipGroup}},
         {"info", {Action::skipGroup}},
         {"pict", {Action::skipGroup}},
         {"nonshppict", {Action::skipGroup}},
         {"sp", {Action::skipGroup}},
+        {"shprslt", {Action::skipGroup}},  // the shape again, for older programs
+        {"deleted", {Action::skipGroup}},
         {"objdata", {Action::skipGroup}},
         {"fldinst", {Action::skipGroup}},
         {"listtable", {Action::skipGroup}},
@@ -180,6 +193,7 @@ class RichTextReader {
         bool isSkipped = false;
         bool isFontTable = false;
         bool isStarred = false;  // the next word decides whether it is skipped
+        bool isAside = false;
         int fallbackSize = 1;
         int font = -1;
     };
@@ -190,14 +204,21 @@ class RichTextReader {
         // Deeper groups go on as the one around them.
         ++depth_;
         if (groups_.size() < kDeepest) groups_.push_back(groups_.back());
-        group().isStarred = false;
+        group().isStarred = group().isAside = false;
     }
 
     void closeGroup() {
         flush();
         fallbackLeft_ = 0;
         if (depth_ == 0) return;
-        if (--depth_ < groups_.size() - 1) groups_.pop_back();
+        if (--depth_ >= groups_.size() - 1) return;
+        if (group().isAside) writer_.endAside();
+        groups_.pop_back();
+    }
+
+    void beginAside() {
+        flush();
+        if (!std::exchange(group().isAside, true)) writer_.beginAside();
     }
 
     void control() {
@@ -247,7 +268,9 @@ class RichTextReader {
         const auto found = words().find(name);
         const bool isStarred = std::exchange(group().isStarred, false);
         if (found != words().end()) {
-            if (isStarred && found->second.action != Action::starredText) group().isSkipped = true;
+            const Action action = found->second.action;
+            if (isStarred && action != Action::starredText && action != Action::aside)
+                group().isSkipped = true;
             act(found->second, number);
         } else if (isStarred) {
             group().isSkipped = true;
@@ -270,7 +293,7 @@ class RichTextReader {
         switch (word.action) {
             case Action::skipGroup:
                 flush();
-                group().isSkipped = true;
+                group().isSkipped = group().isSkipped || number != 0;  // 0 takes a mark back
                 return;
             case Action::lineBreak:
                 return breakLine();
@@ -290,6 +313,8 @@ class RichTextReader {
                 return;
             case Action::starredText:
                 return;
+            case Action::aside:
+                return beginAside();
             default:
                 return actOnFonts(word, number);
         }

@@ -133,6 +133,26 @@ void TextWriter::lines(std::string_view utf8) {
 void TextWriter::lineBreak() {
     pending_ = 0;
     if (!atLineStart()) put("\n");
+    if (asides_ == 0) putAside();
+}
+
+void TextWriter::putAside() {
+    if (!atLineStart() || aside_.empty()) return;
+    put(std::exchange(aside_, {}));
+}
+
+void TextWriter::beginAside() {
+    if (asides_++ > 0) return lineBreak();
+    std::swap(text_, aside_);
+    std::swap(pending_, asidePending_);
+}
+
+void TextWriter::endAside() {
+    lineBreak();
+    if (--asides_ > 0) return;
+    std::swap(text_, aside_);
+    std::swap(pending_, asidePending_);
+    putAside();
 }
 
 void TextWriter::tab() {
@@ -144,6 +164,9 @@ void TextWriter::blank() {
 }
 
 std::string TextWriter::take() {
+    while (asides_ > 0)
+        endAside();
+    lineBreak();
     std::string text = std::exchange(text_, {});
     pending_ = 0;
     cutWhole(text, maxLength_);

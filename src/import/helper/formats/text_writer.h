@@ -28,21 +28,33 @@ class TextWriter {
     void tab();        // before the next word on this line, if one comes
     void blank();      // likewise
 
-    // Whether there is enough; further text does no harm.
-    bool isFull() const { return text_.size() >= maxLength_; }
-    std::size_t size() const { return text_.size(); }  // bytes so far
+    // What is written in between stands beside the text: a note, a comment, a box. It gets lines of its own
+    // behind the line that is being written, so that it tears neither word nor phrase. One inside of another
+    // stands where it is.
+    void beginAside();
+    void endAside();
+
+    // Whether there is enough; further text does no harm. What stands beside the text counts when it is put
+    // behind its line, so that a shorter limit gives the beginning of the same text.
+    bool isFull() const { return (asides_ > 0 ? aside_ : text_).size() >= maxLength_; }
+    std::size_t size() const { return text_.size() + aside_.size(); }  // bytes so far
 
     // The text without white space at its end, at most maxLength bytes and no half character. Empties this.
     std::string take();
 
   private:
     void put(std::string_view piece);
+    void putAside();
     std::size_t clean(std::string_view text, std::size_t at);
     bool atLineStart() const { return text_.empty() || text_.back() == '\n'; }
 
     std::size_t maxLength_;
     std::string text_;
     char pending_ = 0;  // a blank or tab that the next word brings with it
+    // What waits for the end of the line; between beginAside and endAside it is the other way round.
+    std::string aside_;
+    char asidePending_ = 0;
+    int asides_ = 0;  // open ones
 };
 
 }  // namespace kestrix

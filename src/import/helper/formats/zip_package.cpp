@@ -96,7 +96,7 @@ std::vector<std::string> ZipPackage::membersLike(std::string_view pattern) const
     for (zip_int64_t i = 0; i < count; ++i) {
         const char* const found = zip_get_name(archive_->zip, static_cast<zip_uint64_t>(i), 0);
         const std::string_view name = found == nullptr ? "" : found;
-        if (name.size() > pattern.size() - 1 && name.starts_with(start) && name.ends_with(end))
+        if (name.size() >= start.size() + end.size() && name.starts_with(start) && name.ends_with(end))
             names.emplace_back(name);
     }
     std::sort(names.begin(), names.end(), [](const std::string& a, const std::string& b) {
