@@ -94,8 +94,10 @@ RICH_SHEET = formats.package([
     ("xl/sharedStrings.xml", "<sst><si><r><t>two </t></r><r><t>runs</t></r><rPh><t>spoken</t></rPh></si>"
                              "<si><t>last</t></si></sst>"),
     ("xl/worksheets/sheet10.xml", '<s><row><c t="s"><v>1</v></c></row></s>'),
-    ("xl/worksheets/sheet2.xml", '<s><row><c t="s"><v>0</v></c><c/><c><f>A1*2</f><v>12.5</v></c><c t="b"><v>1</v></c></row>'
-                                 '<row><c t="inlineStr"><is><t>inline</t></is></c><c t="s"><v>99</v></c></row></s>'),
+    ("xl/worksheets/sheet2.xml", '<s><row><c t="s"><v>0</v></c><c/><c><f>A1*2</f><v>12.5</v></c><c t="b"><v>1</v></c>'
+                                 '<c><v>4.3499999999999996</v></c></row>'
+                                 '<row><c t="inlineStr"><is><t>inline</t></is></c><c t="s"><v>99</v></c></row>'
+                                 '<row><c t="inlineStr"><is><t>one_x000D_\ntwo _x_ _x005F_</t></is></c></row></s>'),
     ("xl/comments1.xml", "<comments><comment><text><r><t>remark</t></r></text></comment></comments>")])
 BOMB = "".join(f'<!ENTITY {chr(98 + i)} "{("&" + chr(97 + i) + ";") * 10}">' for i in range(9))
 ENCRYPTED_CHAPTER = ("META-INF/encryption.xml", '<e><EncryptedData><CipherReference URI="OEBPS/text/chapter%201.xhtml"/>'

@@ -1,7 +1,13 @@
 #include "import/helper/formats/spreadsheet.h"
 
-#include <charconv>
+#include <fmt/format.h>
 
+#include <charconv>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/text.h"
 #include "import/helper/formats/document.h"
 #include "import/helper/formats/xml_stream.h"
 
@@ -54,6 +60,45 @@ class SharedTexts : public XmlHandler {
     int pronouncing_ = 0;
 };
 
+// The number as it is shown: it is stored with two digits more, which make 4.3499999999999996 of 4.35.
+std::string shownNumber(std::string_view stored) {
+    constexpr std::size_t kShownDigits = 15;
+    double number = 0;
+    const auto parsed = std::from_chars(stored.data(), stored.data() + stored.size(), number);
+    const bool isNumber = parsed.ec == std::errc{} && parsed.ptr == stored.data() + stored.size();
+    if (stored.size() <= kShownDigits || !isNumber) return std::string(stored);
+    return fmt::format("{:.{}g}", number, kShownDigits);
+}
+
+// The code of the escape in front, like _x000D_, by which cells hold what XML does not; nothing if it is
+// none.
+std::optional<char32_t> escapedAt(std::string_view text) {
+    constexpr std::size_t kDigits = 4;
+    unsigned code = 0;
+    if (text.size() < kDigits + 3 || !text.starts_with("_x") || text[kDigits + 2] != '_') return std::nullopt;
+    const char* const end = text.data() + 2 + kDigits;
+    const auto parsed = std::from_chars(text.data() + 2, end, code, 16);
+    if (parsed.ec != std::errc{} || parsed.ptr != end) return std::nullopt;
+    return code;
+}
+
+void writeCell(TextWriter& writer, std::string_view text) {
+    for (std::size_t at = text.find("_x"); at != std::string_view::npos; at = text.find("_x", at)) {
+        const auto code = escapedAt(text.substr(at));
+        if (!code) {
+            ++at;
+            continue;
+        }
+        writer.words(text.substr(0, at));
+        std::string character;
+        text::append(character, *code);
+        writer.words(character);
+        text.remove_prefix(at + std::string_view("_x000D_").size());
+        at = 0;
+    }
+    writer.words(text);
+}
+
 class SheetNames : public XmlHandler {
   public:
     explicit SheetNames(TextWriter& writer) : writer_(writer) {}
@@ -79,6 +124,7 @@ class Sheet : public XmlHandler {
             const std::string_view type = attribute(attributes, "t");
             isShared_ = type == "s";
             isTruth_ = type == "b";
+            isNumber_ = type.empty() || type == "n";
         }
         holding_ += holdsText(name) ? 1 : 0;
     }
@@ -101,7 +147,8 @@ class Sheet : public XmlHandler {
 
     void endCell() {
         if (isTruth_ || value_.empty()) return;
-        writer_.words(isShared_ ? shared_.at(value_) : std::string_view(value_));
+        if (isNumber_) value_ = shownNumber(value_);
+        writeCell(writer_, isShared_ ? shared_.at(value_) : std::string_view(value_));
         writer_.tab();
     }
 
@@ -111,6 +158,7 @@ class Sheet : public XmlHandler {
     int holding_ = 0;
     bool isShared_ = false;
     bool isTruth_ = false;
+    bool isNumber_ = false;
 };
 
 }  // namespace
@@ -120,7 +168,7 @@ void writeSpreadsheet(TextWriter& writer, ZipPackage& package) {
     package.readXml("xl/workbook.xml", names);
     SharedTexts shared;
     if (package.has("xl/sharedStrings.xml")) package.readXml("xl/sharedStrings.xml", shared);
-    for (const std::string& name : package.membersLike("xl/worksheets/sheet*.xml")) {
+    for (const std::string& name : package.membersLike("xl/worksheets/*.xml")) {
         Sheet sheet(writer, shared);
         package.readXml(name, sheet);
         writer.lineBreak();

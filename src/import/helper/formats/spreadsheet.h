@@ -6,8 +6,9 @@
 
 namespace kestrix {
 
-// Writes the sheets' names, then every sheet: a line for each row, tabs between its filled cells. Numbers are
-// as they are stored; of a formula its last result counts. Throws what the package throws.
+// Writes the sheets' names, then every sheet: a line for each row, tabs between its filled cells. A number
+// has the digits that a cell shows at most; of a formula its last result counts. Throws what the package
+// throws.
 void writeSpreadsheet(TextWriter& writer, ZipPackage& package);
 
 }  // namespace kestrix
