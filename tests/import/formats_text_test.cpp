@@ -31,6 +31,11 @@ TEST_F(TextFormatsTest, APageReadsAsItIsSeen) {
     EXPECT_EQ(html("<pre>a  b\n  c</pre>  d   e"), "a  b\n  c\nd e");
     EXPECT_EQ(html("<title/><script src='x'/><p>kept"), "kept");
     EXPECT_EQ(html("<a title='x>y'>t</a><!-- <p>no --> u < v"), "t u < v");
+    EXPECT_EQ(
+        html("<a b= \"x > y\">a text that is long enough</a><a b=c\"d>, another of its kind <i b=\"\">e"),
+        "a text that is long enough, another of its kind e");
+    EXPECT_EQ(html("a<button>b</button><button>c</button>d<input>e <ruby>f<rp>(<rt>no<rp>)</ruby>g<wbr>h"),
+              "a b c d e fgh");
     // Longer texts pass the parser by, and go where it puts them.
     EXPECT_EQ(html("<table>this stands  in front of it<tr><td>a\n long  cell &eacute;t&eacute;s of some words"
                    "<td>b</table><pre>\nlong  lines\n  of a&amplisting that goes on</pre>"),
@@ -59,6 +64,10 @@ TEST_F(TextFormatsTest, DeepAndLongPagesKeepTheirTextAndTakeNoTime) {
     EXPECT_EQ(html(times(300'000, "<div>") + "needle"), "needle");
     EXPECT_EQ(html(times(300'000, "<b a=1>") + "needle"), "needle");
     EXPECT_EQ(html(times(300, "<i>") + "a<div>b</div>c"), "a\nb\nc");
+    std::string attributes;
+    for (int i = 0; i < 200'000; ++i)
+        attributes += " a" + std::to_string(i);
+    EXPECT_EQ(html("<p" + attributes + ">needle"), "needle");
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
     const std::string row = "<tr><td>cell &eacute;</td><td>other</td></tr>";
     EXPECT_EQ(html("<table>" + times(20'000, row) + "</table>"),

@@ -53,16 +53,6 @@ bool endsName(char byte) {
     return byte == '>' || byte == '/' || static_cast<unsigned char>(byte) <= ' ';
 }
 
-// Offset behind the `>` that ends a tag, quoted values passed over.
-std::size_t tagEnd(string_view page, std::size_t at) {
-    while (at < page.size() && page[at] != '>') {
-        const bool beginsQuote = (page[at] == '"' || page[at] == '\'') && page[at - 1] == '=';
-        const std::size_t quote = beginsQuote ? page.find(page[at], at + 1) : at;
-        at = quote == string_view::npos ? page.size() : quote + 1;
-    }
-    return std::min(at + 1, page.size());
-}
-
 // Offset of the end tag `</name`, in any case, or the page's end.
 std::size_t endTagAt(string_view page, std::size_t at, string_view name) {
     for (; (at = page.find("</", at)) != string_view::npos; at += 2) {
@@ -92,15 +82,35 @@ HtmlPieces::HtmlPieces(string_view page)
 HtmlPieces::Tag HtmlPieces::readTag(std::size_t at) const {
     Tag tag;
     tag.isEnd = page_[at + 1] == '/';
-    std::size_t end = at + (tag.isEnd ? 2 : 1);
-    const std::size_t start = end;
-    while (end < page_.size() && !endsName(page_[end]) && end - start <= kLongestName) {
-        ++end;
+    const std::size_t start = at + (tag.isEnd ? 2 : 1);
+    tag.nameEnd = start;
+    while (tag.nameEnd < page_.size() && !endsName(page_[tag.nameEnd])) {
+        ++tag.nameEnd;
     }
-    tag.name = text::lowered(page_.substr(start, end - start));
-    tag.end = tagEnd(page_, end);
-    tag.isEmpty = tag.end - at > 2 && page_.compare(tag.end - 2, 2, "/>") == 0;
+    tag.name = text::lowered(page_.substr(start, std::min(tag.nameEnd - start, kLongestName + 1)));
+    passAttributes(tag);
     return tag;
+}
+
+// A quote means something where a value begins, and a slash where none is.
+void HtmlPieces::passAttributes(Tag& tag) const {
+    enum class Place { name, beforeValue, value } place = Place::name;
+    std::size_t at = tag.nameEnd;
+    for (; at < page_.size() && page_[at] != '>'; ++at) {
+        const char byte = page_[at];
+        tag.isEmpty = byte == '/' && place == Place::name;
+        if (isBlank(byte)) {
+            if (place == Place::value) place = Place::name;
+        } else if (place == Place::name) {
+            if (byte == '=') place = Place::beforeValue;
+        } else if (place == Place::beforeValue && (byte == '"' || byte == '\'')) {
+            at = std::min(page_.find(byte, at + 1), page_.size() - 1);
+            place = Place::name;
+        } else {
+            place = Place::value;
+        }
+    }
+    tag.end = std::min(at + 1, page_.size());
 }
 
 std::size_t HtmlPieces::behindComment(std::size_t at) const {
@@ -112,6 +122,12 @@ std::size_t HtmlPieces::behindComment(std::size_t at) const {
 void HtmlPieces::copyTo(std::size_t end, std::string& piece) {
     piece.append(page_, at_, end - at_);
     at_ = end;
+}
+
+void HtmlPieces::putTag(const Tag& tag, std::string& piece) {
+    copyTo(tag.nameEnd, piece);
+    piece += tag.isEmpty ? "/>" : ">";
+    at_ = tag.end;
 }
 
 // The parser changes references to characters; white space at both ends can decide where a text belongs.
@@ -163,9 +179,12 @@ void HtmlPieces::openElement(const Tag& tag, std::string& piece) {
         at_ = endTagAt(page_, tag.end, tag.name);
         return;
     }
-    if (isIn(kRawText, tag.name)) return copyTo(endTagAt(page_, tag.end, tag.name), piece);
-    if (isIn(kUncounted, tag.name)) return copyTo(tag.end, piece);
-    if (++depth_ <= kDeepest) return copyTo(tag.end, piece);
+    const bool isRaw = isIn(kRawText, tag.name);
+    if (isRaw || isIn(kUncounted, tag.name) || ++depth_ <= kDeepest) {
+        putTag(tag, piece);
+        if (isRaw) copyTo(endTagAt(page_, tag.end, tag.name), piece);
+        return;
+    }
     if (isIn(kLineStarts, tag.name)) piece += "<br>";
     at_ = tag.end;
 }
@@ -182,7 +201,7 @@ void HtmlPieces::closeElement(const Tag& tag, std::string& piece) {
         return;
     }
     if (isCounted && depth_ > 0) --depth_;
-    copyTo(tag.end, piece);
+    putTag(tag, piece);
 }
 
 bool HtmlPieces::mayCutBefore(const Tag& tag, const std::string& piece) const {

@@ -19,6 +19,9 @@ namespace kestrix {
 // its own. Scripts, styles and the like are left out, and so are elements like <title/>, which XML closes at
 // once and HTML would not. The page must outlive this.
 //
+// Attributes say nothing about the text, and the parser compares each one of a tag with all others (200,000
+// cost 22 s). Tags lose them.
+//
 // The parser takes a text byte by byte, which was two thirds of the time of a page. A stretch that it cannot
 // change is therefore left out too, and a short mark stands for it, which goes wherever the text would have
 // gone. A page that holds the characters of a mark itself has none.
@@ -44,16 +47,19 @@ class HtmlPieces {
 
   private:
     struct Tag {
-        std::string name;  // lower case
-        std::size_t end;   // offset behind it
-        bool isEnd;
-        bool isEmpty;  // as XML writes it, <name/>
+        std::string name;         // lower case
+        std::size_t nameEnd = 0;  // offset behind the name
+        std::size_t end = 0;      // offset behind the tag
+        bool isEnd = false;
+        bool isEmpty = false;  // as XML writes it, <name/>
     };
     Tag readTag(std::size_t at) const;
+    void passAttributes(Tag& tag) const;
     std::size_t behindComment(std::size_t at) const;
     void openElement(const Tag& tag, std::string& piece);
     void closeElement(const Tag& tag, std::string& piece);
     void copyTo(std::size_t end, std::string& piece);
+    void putTag(const Tag& tag, std::string& piece);
     void copyText(std::size_t end, std::string& piece);
     void putStretch(std::string_view stretch, std::string& piece);
     std::string_view stretchOf(std::string_view& text, std::size_t mark) const;

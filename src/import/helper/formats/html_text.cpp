@@ -27,8 +27,17 @@ TagSet tags(std::initializer_list<GumboTag> list) {
 }
 
 const TagSet& unseen() {
+    // How a text is spoken (rt) is to be seen, but tears the word that it stands above.
+    static const TagSet kSet = tags({GUMBO_TAG_SCRIPT, GUMBO_TAG_STYLE, GUMBO_TAG_TEMPLATE,
+                                     GUMBO_TAG_NOSCRIPT, GUMBO_TAG_RT, GUMBO_TAG_RP});
+    return kSet;
+}
+
+// Pictures and controls: a text on either side is another.
+const TagSet& ownWords() {
     static const TagSet kSet =
-        tags({GUMBO_TAG_SCRIPT, GUMBO_TAG_STYLE, GUMBO_TAG_TEMPLATE, GUMBO_TAG_NOSCRIPT});
+        tags({GUMBO_TAG_IMG, GUMBO_TAG_SVG, GUMBO_TAG_OBJECT, GUMBO_TAG_VIDEO, GUMBO_TAG_AUDIO,
+              GUMBO_TAG_CANVAS, GUMBO_TAG_BUTTON, GUMBO_TAG_INPUT, GUMBO_TAG_SELECT});
     return kSet;
 }
 
@@ -83,6 +92,7 @@ class TreeReader {
             const GumboElement& element = node.v.element;
             if (unseen()[element.tag]) return;
             if (ownLines()[element.tag]) writer_.lineBreak();
+            if (ownWords()[element.tag]) writer_.blank();
             withOwnBlanks_ += ownBlanks()[element.tag] ? 1 : 0;
             open_.push_back({&element, 0});
         } else if (node.type == GUMBO_NODE_TEXT || node.type == GUMBO_NODE_CDATA ||
@@ -95,6 +105,7 @@ class TreeReader {
 
     void leave(const GumboElement& element) {
         if (ownLines()[element.tag]) writer_.lineBreak();
+        if (ownWords()[element.tag]) writer_.blank();
         if (element.tag == GUMBO_TAG_TD || element.tag == GUMBO_TAG_TH) writer_.tab();
         withOwnBlanks_ -= ownBlanks()[element.tag] ? 1 : 0;
         open_.pop_back();
