@@ -115,6 +115,10 @@ TEST_F(TextFormatsTest, MailBodiesAreDecoded) {
         "s\nsoft break é =ZZ\nline");
     EXPECT_EQ(mail(fields + "Content-Transfer-Encoding: BASE64\n\nY2Fm\n6Q==\n"), "s\ncafé");
     EXPECT_EQ(mail("Subject: s\nContent-Type: text/html\n\n<p>a<p>b"), "s\na\nb");
+    EXPECT_EQ(mail("\n\nFrom me Mon Jan  1 00:00:00 2020\nSubject: s\n\nbody"), "s\nbody");
+    EXPECT_EQ(mail("Subject: s\nContent-Type: text/plain; format=Flowed\n\nyearly \ntotal\n> a \n> b \n>> "
+                   "c\n-- \nme"),
+              "s\nyearly total\n> a b \n>> c\n-- \nme");
 }
 
 TEST_F(TextFormatsTest, OfSeveralVersionsTheRichestThatHasTextIsTaken) {
@@ -122,6 +126,14 @@ TEST_F(TextFormatsTest, OfSeveralVersionsTheRichestThatHasTextIsTaken) {
     const std::string plain = "--b;1\n\nplain\n";
     EXPECT_EQ(mail(start + plain + "--b;1\nContent-Type: text/html\n\n<p>rich\n--b;1--\nafter"), "s\nrich");
     EXPECT_EQ(mail(start + plain + "--b;1\nContent-Type: text/html\n\n<p> \n--b;1--"), "s\nplain");
+    EXPECT_EQ(mail(start + plain + "--b;1\nContent-Type: image/png; name=p.png\n\nx\n--b;1--"),
+              "s\np.png\nplain");
+    EXPECT_EQ(mail(start + plain + "--b;1\nContent-Type: text/calendar\n\nBEGIN\n--b;1--"),
+              "s\nBEGIN\nplain");
+    EXPECT_EQ(mail("Subject: s\nContent-Type: multipart/mixed; boundary=b\n\n--b\nContent-Type: "
+                   "multipart/alternative; "
+                   "boundary=b2\n\n--b2\n\nplain\n--b2\n\nlast\n--b2--\n--b\n\nnext\n--b-- \n"),
+              "s\nlast\nnext");
 }
 
 TEST_F(TextFormatsTest, MessagesInsideAndAttachmentsAreNamed) {

@@ -1,5 +1,6 @@
 #include "import/helper/formats/mail.h"
 
+#include <algorithm>
 #include <charconv>
 #include <string>
 #include <vector>
@@ -20,13 +21,22 @@ using std::string_view;
 // Every level is searched for its boundary, so depth is time.
 constexpr int kDeepest = 20;
 constexpr std::size_t kMostParts = 5000;
+// A boundary has 70 bytes at most; one of thousands is there to be compared at every byte.
+constexpr std::size_t kLongestBoundary = 1000;
 
 bool beginsLine(string_view body, std::size_t at) {
     return at == 0 || body[at - 1] == '\n';
 }
 
-// The parts between lines that begin with the boundary; the text before the first is for programs that know
-// no parts. A missing end is the body's end.
+// Nothing but blanks may stand behind a boundary: that of an outer level often begins like an inner one's.
+bool isBoundaryLine(string_view rest) {
+    if (rest.starts_with("--")) rest.remove_prefix(2);
+    const std::size_t at = rest.find_first_not_of(" \t\r");
+    return at == string_view::npos || rest[at] == '\n';
+}
+
+// The parts between the lines of the boundary; the text before the first is for programs that know no parts.
+// A missing end is the body's end.
 std::vector<string_view> partsOf(string_view body, const std::string& boundary) {
     const std::string delimiter = "--" + boundary;
     std::vector<string_view> parts;
@@ -34,7 +44,7 @@ std::vector<string_view> partsOf(string_view body, const std::string& boundary) 
     for (std::size_t at = 0; parts.size() < kMostParts;) {
         at = body.find(delimiter, at);
         if (at == string_view::npos) break;
-        if (!beginsLine(body, at)) {
+        if (!beginsLine(body, at) || !isBoundaryLine(body.substr(at + delimiter.size()))) {
             at += delimiter.size();
             continue;
         }
@@ -66,52 +76,60 @@ class MailReader {
     }
 
   private:
-    void part(string_view part, int depth) {
+    // This and the next two: whether there is any text but the names of what is attached. An appointment is
+    // no text of its own, it comes beside one that tells it in words.
+    bool part(string_view part, int depth) {
         std::size_t offset = 0;
         const std::vector<MailField> fields = readFields(part, offset);
-        body(fields, part.substr(offset), depth);
+        return body(fields, part.substr(offset), depth);
     }
 
-    void body(const std::vector<MailField>& fields, string_view body, int depth) {
-        if (depth > kDeepest || writer_.isFull()) return;
+    bool body(const std::vector<MailField>& fields, string_view body, int depth) {
+        if (depth > kDeepest || writer_.isFull()) return false;
         if (onPart_) onPart_();
         const string_view contentType = fieldValue(fields, "content-type");
         const string_view disposition = fieldValue(fields, "content-disposition");
         const std::string type = contentType.empty() ? "text/plain" : mainValue(contentType);
         const std::string boundary = parameter(contentType, "boundary");
-        if (type.starts_with("multipart/") && !boundary.empty()) {
+        if (type.starts_with("multipart/") && !boundary.empty() && boundary.size() < kLongestBoundary) {
             return several(partsOf(body, boundary), type == "multipart/alternative", depth);
         }
         std::string name = parameter(disposition, "filename");
         if (name.empty()) name = parameter(contentType, "name");
         std::string memory;
         const string_view encoding = fieldValue(fields, "content-transfer-encoding");
+        const std::size_t before = writer_.size();
         if (type == "message/rfc822") {
             message(undoneEncoding(body, encoding, memory), depth + 1);
         } else if (type.starts_with("text/") && mainValue(disposition) != "attachment") {
-            text(undoneEncoding(body, encoding, memory), type, parameter(contentType, "charset"));
+            text(undoneEncoding(body, encoding, memory), contentType);
         }
+        const bool hasText = writer_.size() != before && type != "text/calendar";
         writer_.words(name);
         writer_.lineBreak();
+        return hasText;
     }
 
-    void several(const std::vector<string_view>& parts, bool areVersions, int depth) {
+    bool several(const std::vector<string_view>& parts, bool areVersions, int depth) {
+        bool hasText = false;
         if (!areVersions) {
             for (const string_view one : parts) {
-                part(one, depth + 1);
+                hasText = part(one, depth + 1) || hasText;
             }
-            return;
+            return hasText;
         }
-        for (auto one = parts.rbegin(); one != parts.rend(); ++one) {
-            const std::size_t before = writer_.size();
-            part(*one, depth + 1);
-            if (writer_.size() != before) return;
+        for (auto one = parts.rbegin(); one != parts.rend() && !hasText; ++one) {
+            hasText = part(*one, depth + 1);
         }
+        return hasText;
     }
 
-    void text(string_view bytes, const std::string& type, const std::string& charset) {
-        if (type == "text/html") {
+    void text(string_view bytes, string_view contentType) {
+        const std::string charset = parameter(contentType, "charset");
+        if (mainValue(contentType) == "text/html") {
             writeHtml(writer_, decodedPage(bytes, charset));
+        } else if (text::lowered(parameter(contentType, "format")) == "flowed") {
+            writer_.lines(joinedFlow(decodedByLabel(bytes, charset)));
         } else {
             writer_.lines(decodedByLabel(bytes, charset));
         }
@@ -122,7 +140,17 @@ class MailReader {
     const std::function<void()>& onPart_;
 };
 
+// Without what may stand in front of the first field: empty lines, and the line by which a mailbox of many
+// messages parts them.
+string_view fromFirstField(string_view message) {
+    message.remove_prefix(std::min(message.find_first_not_of("\r\n"), message.size()));
+    if (message.starts_with("From "))
+        message.remove_prefix(std::min(message.find('\n'), message.size() - 1) + 1);
+    return message;
+}
+
 bool isMail(string_view message) {
+    message = fromFirstField(message);
     std::size_t offset = 0;
     return !readFields(message, offset).empty();
 }
@@ -136,7 +164,7 @@ ImportTextResult mailText(const ImportJob& job, string_view message) {
 }  // namespace
 
 void writeMail(TextWriter& writer, string_view message, const std::function<void()>& onPart) {
-    if (!MailReader(writer, onPart).message(message, 0)) {
+    if (!MailReader(writer, onPart).message(fromFirstField(message), 0)) {
         failDocument(ImportFailure::damaged, "is no mail message, or damaged");
     }
 }

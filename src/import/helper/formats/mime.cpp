@@ -81,6 +81,9 @@ std::string undoneBase64(string_view text) {
     return bytes;
 }
 
+// No line of a mail is longer, and no word spans several.
+constexpr std::size_t kLongestEncodedWord = 1000;
+
 // "=?charset?B?text?=" taken apart; `size` 0 if there is none at that place.
 struct EncodedWord {
     std::size_t size = 0;
@@ -90,15 +93,16 @@ struct EncodedWord {
 
 EncodedWord encodedWordAt(string_view value, std::size_t at) {
     if (value.compare(at, 2, "=?") != 0) return {};
-    const std::size_t charsetEnd = value.find('?', at + 2);
+    value = value.substr(at, kLongestEncodedWord);
+    const std::size_t charsetEnd = value.find('?', 2);
     if (charsetEnd == string_view::npos || value.size() - charsetEnd < 3 || value[charsetEnd + 2] != '?')
         return {};
     const std::size_t end = value.find("?=", charsetEnd + 3);
     if (end == string_view::npos) return {};
-    const string_view charset = value.substr(at + 2, charsetEnd - at - 2);
+    const string_view charset = value.substr(2, charsetEnd - 2);
     std::string text(value.substr(charsetEnd + 3, end - charsetEnd - 3));
     const char way = value[charsetEnd + 1];
-    EncodedWord word{end + 2 - at, charset.substr(0, charset.find('*')), {}};
+    EncodedWord word{end + 2, charset.substr(0, charset.find('*')), {}};
     if (way == 'B' || way == 'b') {
         word.bytes = undoneBase64(text);
     } else if (way == 'Q' || way == 'q') {
@@ -194,6 +198,26 @@ std::string decodedField(string_view value) {
     }
     flush();
     return text;
+}
+
+std::string joinedFlow(string_view text) {
+    std::string joined;
+    std::size_t quotesBefore = 0;
+    bool goesOn = false;
+    for (std::size_t at = 0; at < text.size();) {
+        const string_view line = nextLine(text, at);
+        const std::size_t quotes = std::min(line.find_first_not_of('>'), line.size());
+        const bool isJoined = goesOn && quotes == quotesBefore;
+        string_view added = isJoined ? line.substr(quotes) : line;
+        // Behind the quotes a blank protects what begins with one.
+        if (isJoined && added.starts_with(' ')) added.remove_prefix(1);
+        if (!joined.empty() && !isJoined) joined += '\n';
+        joined += added;
+        // Two dashes and a blank are the line above a signature.
+        goesOn = line.ends_with(' ') && line != "-- ";
+        quotesBefore = quotes;
+    }
+    return joined;
 }
 
 std::string mainValue(string_view value) {

@@ -23,6 +23,10 @@ std::string_view fieldValue(const std::vector<MailField>& fields, std::string_vi
 // A value with its encoded words (=?charset?B?...?=) decoded; bytes outside ASCII are UTF-8 or windows-1252.
 std::string decodedField(std::string_view value);
 
+// A text whose paragraphs are broken into lines by a blank at the end of each but the last (format=flowed),
+// with the paragraphs as lines. What is quoted (>) joins what is quoted alike.
+std::string joinedFlow(std::string_view text);
+
 // "text/plain; charset=utf-8" up to the first semicolon, in lower case.
 std::string mainValue(std::string_view value);
 
