@@ -51,6 +51,9 @@ TEST_F(TextFormatsTest, APageIsReadInItsEncoding) {
     EXPECT_EQ(html("<?xml version='1.0' encoding='koi8-r'?><p>\xC4\xC1"), "да");
     EXPECT_EQ(html("<meta http-equiv=x content='text/html; charset=ISO-8859-1'><p>\x80"), "€");
     EXPECT_EQ(html("<meta charset=latin1><p>caf\xC3\xA9"), "café");
+    EXPECT_EQ(html("<meta charset=gb2312><p>\xE9\x46"), "镕");
+    EXPECT_EQ(html("<meta charset=euc-kr><p>\x8C\x63"), "똠");
+    EXPECT_EQ(html("<meta charset=iso-8859-9><p>\x80\xDD"), "€İ");
     EXPECT_EQ(html("<meta charset=iso-2022-jp><p>\x1B$B$\"\x1B(B"), "あ");
     EXPECT_EQ(html(std::string_view("\xFF\xFE<\0p\0>\0\xE9\0", 10)), "é");
     EXPECT_EQ(html("\xEF\xBB\xBF<meta charset=latin1>é"), "é");

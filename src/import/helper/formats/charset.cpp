@@ -59,6 +59,23 @@ bool isWestern(std::string_view loweredLabel) {
     return std::find(kLabels.begin(), kLabels.end(), loweredLabel) != kLabels.end();
 }
 
+// Web pages and mails call the larger encodings of their systems by the names of the smaller ones that these
+// contain, and web browsers read them so.
+struct Alias {
+    std::string_view label;
+    const char* charset;
+};
+constexpr std::array<Alias, 4> kAliases = {{{"gb2312", "gb18030"},
+                                            {"euc-kr", "windows-949"},
+                                            {"iso-8859-9", "windows-1254"},
+                                            {"iso-8859-11", "windows-874"}}};
+
+std::string charsetOf(const std::string& label) {
+    const auto* const alias =
+        std::find_if(kAliases.begin(), kAliases.end(), [&](const Alias& one) { return one.label == label; });
+    return alias == kAliases.end() ? label : alias->charset;
+}
+
 }  // namespace
 
 std::string decodedByLabel(std::string_view bytes, std::string_view label) {
@@ -66,7 +83,7 @@ std::string decodedByLabel(std::string_view bytes, std::string_view label) {
     if (text::isAscii(bytes) && (isWestern(name) || name == "utf-8")) return std::string(bytes);
     if (name == "utf-8" || name == "utf8") return text::displayable(bytes);
     if (isWestern(name)) return *text::decodedFrom(bytes, kWestern);
-    if (auto decoded = text::decodedFrom(bytes, name)) return *std::move(decoded);
+    if (auto decoded = text::decodedFrom(bytes, charsetOf(name))) return *std::move(decoded);
     return text::isValidUtf8(bytes) ? std::string(bytes) : *text::decodedFrom(bytes, kWestern);
 }
 
