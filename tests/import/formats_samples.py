@@ -102,6 +102,10 @@ RICH_SHEET = formats.package([
 BOMB = "".join(f'<!ENTITY {chr(98 + i)} "{("&" + chr(97 + i) + ";") * 10}">' for i in range(9))
 ENCRYPTED_CHAPTER = ("META-INF/encryption.xml", '<e><EncryptedData><CipherReference URI="OEBPS/text/chapter%201.xhtml"/>'
                                                 "</EncryptedData></e>")
+CROOKED_BOOK = formats.package([("META-INF/container.xml", '<c><rootfile full-path="a/b/book.opf"/></c>'),
+                               ("a/b/book.opf", '<p><item id="x" href="../../../a/./c/../one%201.xhtml#top"/>'
+                                                '<itemref idref="x"/></p>'),
+                               ("a/one 1.xhtml", "<p>found</p>")])
 MESSAGE = formats.eml(TITLE, PARAGRAPHS)
 
 SAMPLES = {f"plain.{name}": make(TITLE, PARAGRAPHS) for name, make in formats.FORMATS.items()}
@@ -120,6 +124,7 @@ SAMPLES |= {
                                         "<text:tab/>four</text:p><text:p>in<text:note><text:note-citation>1</text:note-citation>"
                                         "<text:note-body><text:p>below</text:p></text:note-body></text:note>side</text:p>"
                                         "</office:text>"),
+    "crooked.epub": CROOKED_BOOK,
     "locked.docx": locked(formats.docx(TITLE, PARAGRAPHS)),
     "wrapped.docx": b"\xd0\xcf\x11\xe0\xa1\xb1\x1a\xe1" + bytes(2000),
     "locked.odt": formats.package([("content.xml", b"\x93\x41"), ("META-INF/manifest.xml",

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <set>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "import/helper/formats/charset.h"
 #include "import/helper/formats/document.h"
@@ -50,8 +51,9 @@ class BookDescription : public XmlHandler {
         if (holding_ > 0) title_.words(text);
     }
 
-    std::vector<std::string> chapters() const {
-        std::vector<std::string> chapters;
+    // Links, valid as long as this; a hostile book names one long one a million times.
+    std::vector<std::string_view> chapters() const {
+        std::vector<std::string_view> chapters;
         for (const std::string& id : order_) {
             const auto file = files_.find(id);
             if (file != files_.end()) chapters.push_back(file->second);
@@ -88,11 +90,18 @@ std::string withoutPercents(std::string_view link) {
 
 // The member that `link` means inside of the member `from`.
 std::string memberBehind(std::string_view from, std::string_view link) {
-    std::string name(from.substr(0, from.rfind('/') + 1));
-    name += withoutPercents(link.substr(0, link.find('#')));
-    for (std::size_t up = name.find("../"); up != std::string::npos; up = name.find("../")) {
-        const std::size_t parent = up < 2 ? 0 : name.rfind('/', up - 2) + 1;
-        name.erase(parent, up + 3 - parent);
+    const std::string path =
+        std::string(from.substr(0, from.rfind('/') + 1)) + withoutPercents(link.substr(0, link.find('#')));
+    std::string name;
+    for (std::size_t at = 0; at < path.size();) {
+        const std::size_t end = std::min(path.find('/', at), path.size() - 1) + 1;
+        const std::string_view step = std::string_view(path).substr(at, end - at);
+        if (step == "../") {
+            name.erase(name.empty() ? 0 : name.rfind('/', name.size() - 2) + 1);
+        } else if (step != "./") {
+            name += step;
+        }
+        at = end;
     }
     return name;
 }
@@ -102,11 +111,12 @@ void demandReadable(ZipPackage& package, const std::vector<std::string>& chapter
     if (!package.has(kList)) return;
     AttributeList encrypted("CipherReference", "URI");
     package.readXml(kList, encrypted);
-    for (const std::string& link : encrypted.values) {
-        // Fonts are often scrambled; chapters only against copying.
-        if (std::find(chapters.begin(), chapters.end(), withoutPercents(link)) == chapters.end()) continue;
+    std::unordered_set<std::string> locked;
+    for (const std::string& link : encrypted.values)
+        locked.insert(withoutPercents(link));
+    // Fonts are often scrambled; chapters only against copying.
+    if (std::ranges::any_of(chapters, [&](const std::string& chapter) { return locked.contains(chapter); }))
         failDocument(ImportFailure::damaged, "is protected against copying");
-    }
 }
 
 }  // namespace
@@ -122,7 +132,7 @@ std::vector<Page> readBook(const ImportJob& job, ZipPackage& package) {
 
     std::vector<std::string> chapters;
     std::set<std::string> seen;
-    for (const std::string& link : description.chapters()) {
+    for (const std::string_view link : description.chapters()) {
         std::string member = memberBehind(place, link);
         if (package.has(member) && seen.insert(member).second) chapters.push_back(std::move(member));
     }
