@@ -113,6 +113,7 @@ SAMPLES |= {
     "plain.emlx": b"%d      \n" % len(MESSAGE) + MESSAGE + b"<?xml version='1.0'?><plist>flags</plist>",
     "latin.html": "<meta charset=iso-8859-2><p>The yearly total of the café \u010daj: naïve ends here".encode("iso-8859-2", "xmlcharrefreplace"),
     "rich.doc": formats.rtf(TITLE, PARAGRAPHS),
+    "broken_lines.pdf": formats.pdf("A", ["an inter-", "national well-", "Known 2-", "nd \u00e9-", "t\u00e9-"]),
     "two_pages.pdf": formats.pdf(TITLE, PARAGRAPHS, lines_a_page=2),
     "locked.pdf": locked_pdf(),
     "scan.pdf": scanned_pdf("THE FILE"),

@@ -55,6 +55,10 @@ TEST_F(FormatsTest, LockedDamagedAndExplosiveDocumentsAreRefusedByName) {
     EXPECT_EQ(failureOf("bomb_by_tag.docx"), "damaged: bomb_by_tag.docx is damaged: a tag in it has no end");
 }
 
+TEST_F(FormatsTest, WordsBrokenByTheEndsOfPdfLinesAreWhole) {
+    EXPECT_EQ(textOfSample("broken_lines.pdf"), "A\nan international well-\nKnown 2-\nnd été-");
+}
+
 TEST_F(FormatsTest, PdfPagesStayApartTellTheirProgressAndCanBeStopped) {
     std::vector<int> told;
     job_.progress = [&told](int percent) { told.push_back(percent); };

@@ -39,6 +39,38 @@ std::string utf8From(const poppler::ustring& utf16) {
     return text;
 }
 
+bool isSmallLetter(std::string_view character) {
+    return text::uppered(character) != character;
+}
+
+// The hyphen at the end of a line that parts a word only because the line ends: a soft one, or one between
+// small letters. Empty if there is none.
+std::string_view breakingHyphen(std::string_view line, std::string_view next) {
+    for (const std::string_view hyphen : {"\u00AD", "-", "\u2010"}) {
+        if (!line.ends_with(hyphen)) continue;
+        const std::size_t at = line.size() - hyphen.size();
+        const std::size_t before = text::charactersBefore(line, at, 1);
+        const bool isBetween = isSmallLetter(line.substr(before, at - before)) &&
+                               isSmallLetter(next.substr(0, text::charactersBehind(next, 0, 1)));
+        return isBetween || hyphen == "\u00AD" ? hyphen : std::string_view();
+    }
+    return {};
+}
+
+// Words that the ends of lines have broken are whole again.
+std::string withWholeWords(std::string_view page) {
+    std::string whole;
+    for (std::size_t at = 0; at < page.size();) {
+        const std::size_t end = std::min(page.find('\n', at), page.size());
+        const std::string_view line = page.substr(at, end - at);
+        at = std::min(end + 1, page.size());
+        const std::string_view hyphen = breakingHyphen(line, page.substr(at));
+        whole += line.substr(0, line.size() - hyphen.size());
+        if (hyphen.empty()) whole += '\n';
+    }
+    return whole;
+}
+
 std::string drawnText(const ImportJob& job, const poppler::page& page) {
     const poppler::rectf size = page.page_rect();
     const double dots = size.width() / 72 * kDotsPerInch * (size.height() / 72 * kDotsPerInch);
@@ -85,7 +117,7 @@ class PagesReader {
     std::string statedText(const poppler::page& page) const {
         TextWriter writer(job_.maxLength - length_);
         // The order of the page's own drawing keeps columns apart.
-        writer.lines(utf8From(page.text(poppler::rectf(), poppler::page::raw_order_layout)));
+        writer.lines(withWholeWords(utf8From(page.text(poppler::rectf(), poppler::page::raw_order_layout))));
         return writer.take();
     }
 
