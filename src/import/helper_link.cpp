@@ -40,6 +40,11 @@ Error failureOf(const OpenFile& document, ImportFailure failure, std::string_vie
     return importError(failure, fmt::format("cannot read {}: {}", document.path(), why));
 }
 
+bool isAnswer(ImportRequest::Kind asked, ImportReply::Kind reply) {
+    if (asked == ImportRequest::Kind::wordsInFile) return reply == ImportReply::Kind::words;
+    return reply == ImportReply::Kind::text || reply == ImportReply::Kind::noText;
+}
+
 // A failure of the helper's telling. Only those that a document can cause are believed.
 Error failureOf(const OpenFile& document, const ImportReply& reply) {
     const bool isKnown = reply.value >= static_cast<int>(ImportFailure::damaged) &&
@@ -108,7 +113,8 @@ ImportReply HelperLink::call(const Call& call) {
                     request.useOCR ? limits_.documentWithOCR : limits_.document);
     ImportReply reply = answerTo(call, request.number, waiting);
     if (waiting.cancelUntil) throw failureOf(call.document, ImportFailure::cancelled, "it was cancelled");
-    if (reply.kind != ImportReply::Kind::failure) return reply;
+    if (isAnswer(request.kind, reply.kind)) return reply;
+    if (reply.kind != ImportReply::Kind::failure) failImproper(call);
     // What is left of its memory is in pieces.
     if (reply.value == static_cast<int>(ImportFailure::outOfMemory)) quit();
     throw failureOf(call.document, reply);
@@ -177,7 +183,11 @@ ImportReply HelperLink::received(const Call& call) {
             reply.reset();
         }
     }
-    if (reply) return std::move(*reply);
+    if (!reply) failImproper(call);
+    return std::move(*reply);
+}
+
+void HelperLink::failImproper(const Call& call) {
     process_.reset();
     throw failureOf(call.document, ImportFailure::badReply, "the import helper gave no proper answer");
 }

@@ -46,10 +46,10 @@ class HelperLink {
 
     void waitForStart(const Call& call);
     std::string whyNotStarted(const Call& call);  // one try; empty if it was running before
-    void sendDocument(const ImportRequest& request, const OpenFile& document);
     ImportReply answerTo(const Call& call, std::uint32_t number, Waiting& waiting);
     std::optional<ImportReply> nextReply(const Call& call, Waiting& waiting);
     ImportReply received(const Call& call);
+    [[noreturn]] void failImproper(const Call& call);
     [[noreturn]] void failKilled(const Call& call, const Waiting& waiting);
     [[noreturn]] void failEnded(const Call& call);
 
