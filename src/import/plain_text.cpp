@@ -43,6 +43,12 @@ std::string_view withoutCutCharacter(std::string_view bytes) {
     return bytes;
 }
 
+// Many editors begin a text in UTF-8 with a byte order mark. It would hang on the first word.
+std::string_view withoutMark(std::string_view bytes) {
+    constexpr std::string_view kMark = "\uFEFF";
+    return bytes.starts_with(kMark) ? bytes.substr(kMark.size()) : bytes;
+}
+
 // What is left of a piece that others follow.
 std::string_view upToWhiteSpace(std::string_view piece) {
     const std::size_t last = piece.find_last_of(" \n\t\r");
@@ -127,7 +133,7 @@ void PlainText::read(const std::string& path, std::size_t maxLength,
     memory_->reserve(file, size);
     const std::size_t filled = memory_->fill(file, 0, size, shouldCancel);
     const std::string_view bytes(memory_->buffer.data(), filled);
-    memory_->bytes = filled == maxLength ? withoutCutCharacter(bytes) : bytes;
+    memory_->bytes = withoutMark(filled == maxLength ? withoutCutCharacter(bytes) : bytes);
 }
 
 // Whether it is UTF-8 is known at the end alone, so a file of several pieces is read twice.

@@ -38,7 +38,7 @@ class PlainText {
     void readPieces(const std::string& path, const std::function<void(std::string_view piece)>& take,
                     const std::function<bool()>& shouldCancel = {});
 
-    // As they stand in the file; valid until the next read.
+    // As they stand in the file, without the byte order mark of UTF-8; valid until the next read.
     std::string_view bytes() const;
     // Whether the bytes are valid UTF-8. Looked for when first asked.
     bool isUtf8();
