@@ -13,7 +13,7 @@ enum class DocumentFormat : std::uint8_t {
     // All further ones are read by the helper program.
     html,
     pdf,
-    package,    // zip packages of XML: docx xlsx pptx odt ods odp epub; the type identifier tells which
+    package,    // zip packages of XML: docx xlsx pptx odt ods odp epub and their kin
     richText,   // .rtf
     mail,       // .eml
     appleMail,  // .emlx

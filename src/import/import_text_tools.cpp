@@ -23,6 +23,7 @@ constexpr std::array kFormats = {
     FormatOfType{"application/xhtml+xml", DocumentFormat::html},
     FormatOfType{"application/rtf", DocumentFormat::richText},
     FormatOfType{"message/rfc822", DocumentFormat::mail},
+    FormatOfType{"application/x-mimearchive", DocumentFormat::mail},  // a web page in the form of a mail
     FormatOfType{"application/pdf", DocumentFormat::pdf},
     FormatOfType{"application/msword", DocumentFormat::legacyWord},
     FormatOfType{"application/vnd.openxmlformats-officedocument.wordprocessingml.document",
@@ -31,9 +32,22 @@ constexpr std::array kFormats = {
                  DocumentFormat::package},
     FormatOfType{"application/vnd.openxmlformats-officedocument.presentationml.presentation",
                  DocumentFormat::package},
+    // Templates, and presentations that start when they are opened.
+    FormatOfType{"application/vnd.openxmlformats-officedocument.wordprocessingml.template",
+                 DocumentFormat::package},
+    FormatOfType{"application/vnd.openxmlformats-officedocument.spreadsheetml.template",
+                 DocumentFormat::package},
+    FormatOfType{"application/vnd.openxmlformats-officedocument.presentationml.template",
+                 DocumentFormat::package},
+    FormatOfType{"application/vnd.openxmlformats-officedocument.presentationml.slideshow",
+                 DocumentFormat::package},
     FormatOfType{"application/vnd.oasis.opendocument.text", DocumentFormat::package},
+    FormatOfType{"application/vnd.oasis.opendocument.text-template", DocumentFormat::package},
     FormatOfType{"application/vnd.oasis.opendocument.spreadsheet", DocumentFormat::package},
+    FormatOfType{"application/vnd.oasis.opendocument.spreadsheet-template", DocumentFormat::package},
     FormatOfType{"application/vnd.oasis.opendocument.presentation", DocumentFormat::package},
+    FormatOfType{"application/vnd.oasis.opendocument.presentation-template", DocumentFormat::package},
+    FormatOfType{"application/vnd.oasis.opendocument.graphics", DocumentFormat::package},
     FormatOfType{"application/epub+zip", DocumentFormat::package},
 };
 

@@ -22,14 +22,15 @@ std::vector<std::string> converterArguments(const char* converter) {
 }
 
 struct FormatOfBeginning {
-    std::string_view bytes;
+    std::string_view bytes;  // in lower case
     DocumentFormat format;
 };
 constexpr std::array kBeginnings = {FormatOfBeginning{"{\\rtf", DocumentFormat::richText},
-                                    FormatOfBeginning{"PK\x03\x04", DocumentFormat::package},
-                                    FormatOfBeginning{"%PDF-", DocumentFormat::pdf},
+                                    FormatOfBeginning{"pk\x03\x04", DocumentFormat::package},
+                                    FormatOfBeginning{"%pdf-", DocumentFormat::pdf},
                                     FormatOfBeginning{"<html", DocumentFormat::html},
-                                    FormatOfBeginning{"<!DOCTYPE html", DocumentFormat::html}};
+                                    FormatOfBeginning{"<!doctype html", DocumentFormat::html},
+                                    FormatOfBeginning{"mime-version:", DocumentFormat::mail}};
 
 // An exit status above this is 128 and the number of the signal that ended the program.
 constexpr int kLastOwnStatus = 127;
@@ -37,8 +38,10 @@ constexpr int kLastOwnStatus = 127;
 }  // namespace
 
 DocumentFormat formatOfLegacyWord(const OpenFile& document) {
-    std::array<char, 16> bytes;
-    const std::string_view beginning(bytes.data(), document.readAt(0, bytes.data(), bytes.size()));
+    std::array<char, 64> bytes;
+    const std::string_view read(bytes.data(), document.readAt(0, bytes.data(), bytes.size()));
+    const std::size_t start = std::min(read.find_first_not_of(" \t\r\n\xEF\xBB\xBF"), read.size());
+    const std::string beginning = text::lowered(read.substr(start));
     const auto found = std::ranges::find_if(
         kBeginnings, [&](const FormatOfBeginning& known) { return beginning.starts_with(known.bytes); });
     return found == kBeginnings.end() ? DocumentFormat::legacyWord : found->format;

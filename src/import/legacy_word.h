@@ -10,8 +10,8 @@
 
 namespace kestrix {
 
-// What a document that is named .doc really is: word processors give that name to rich text, web pages and
-// packages as well. legacyWord for all that is none of these. Throws Error (POSIX).
+// What a document that is named .doc really is: word processors give that name to rich text, packages and web
+// pages, also in the form of a mail, as well. legacyWord for all that is none of these. Throws Error (POSIX).
 DocumentFormat formatOfLegacyWord(const OpenFile& document);
 
 // Called with the program that runs, so that another thread can stop it, and with nullptr before it goes.

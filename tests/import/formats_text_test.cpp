@@ -137,6 +137,10 @@ TEST_F(TextFormatsTest, OfSeveralVersionsTheRichestThatHasTextIsTaken) {
                    "multipart/alternative; "
                    "boundary=b2\n\n--b2\n\nplain\n--b2\n\nlast\n--b2--\n--b\n\nnext\n--b-- \n"),
               "s\nlast\nnext");
+    EXPECT_EQ(
+        mail("Subject: s\nContent-Type: multipart/related; boundary=b\n\n--b\nContent-Type: text/html\n\n"
+             "<p>page\n--b\nContent-Type: text/css\n\np { margin: 0 }\n--b--"),
+        "s\npage");
 }
 
 TEST_F(TextFormatsTest, MessagesInsideAndAttachmentsAreNamed) {

@@ -7,6 +7,7 @@
 
 #include "base/error.h"
 #include "base/text.h"
+#include "import/legacy_word.h"
 #include "tests/support/temporary_folder.h"
 
 namespace kestrix {
@@ -97,10 +98,12 @@ TEST(ImportTable, TheNearestTypeWithAnImporterDecides) {
     expectFormats(types, {{DocumentFormat::rawText, "a.txt a.PY a.csv a.xml a.json a.h a.tsx a.svg a.md"},
                           {DocumentFormat::html, "a.html a.xhtml"},
                           {DocumentFormat::richText, "a.rtf"},
-                          {DocumentFormat::mail, "a.eml"},
+                          {DocumentFormat::mail, "a.eml a.mhtml"},
                           {DocumentFormat::appleMail, "a.emlx"},
                           {DocumentFormat::pdf, "a.pdf"},
-                          {DocumentFormat::package, "a.docx a.docm a.xlsx a.pptx a.odt a.ods a.odp a.epub"},
+                          {DocumentFormat::package,
+                           "a.docx a.docm a.dotx a.xlsx a.pptx a.ppsx a.odt a.ods a.odp "
+                           "a.odg a.ott a.epub"},
                           {DocumentFormat::legacyWord, "a.doc"},
                           {DocumentFormat::none, "a.zip a.mp3 README a.webarchive a.png a.jpg"}});
     expectFormats(types, {{DocumentFormat::image, "a.png a.jpg a.tif a.gif"}}, false, true);
@@ -110,6 +113,17 @@ TEST(ImportTable, TheNearestTypeWithAnImporterDecides) {
                                                           {DocumentFormat::pdf, "a.pdf"},
                                                           {DocumentFormat::package, "a.docx"},
                                                           {DocumentFormat::html, "a.html"}});
+}
+
+TEST(LegacyWord, AnOldNameTellsNothing) {
+    const TemporaryFolder folder;
+    const std::map<std::string, DocumentFormat> beginnings = {
+        {"\xD0\xCF\x11\xE0", DocumentFormat::legacyWord}, {"", DocumentFormat::legacyWord},
+        {"PK\x03\x04", DocumentFormat::package},          {"{\\rtf1", DocumentFormat::richText},
+        {"\xEF\xBB\xBF<HTML>", DocumentFormat::html},     {"\n<!doctype html>", DocumentFormat::html},
+        {"MIME-Version: 1.0", DocumentFormat::mail}};
+    for (const auto& [bytes, format] : beginnings)
+        EXPECT_EQ(formatOfLegacyWord(OpenFile(folder.file("a.doc", bytes))), format) << bytes;
 }
 
 TEST(PlainText, IsUtf8OrElseMacRoman) {
@@ -123,6 +137,8 @@ TEST(PlainText, IsUtf8OrElseMacRoman) {
     EXPECT_EQ(reader.text(), "caf\u00E9 \u20AC");
     EXPECT_EQ(reader.takeText(), "caf\u00E9 \u20AC");
     EXPECT_EQ(reader.text(), "");
+    reader.read(folder.file("d.txt", "\uFEFFcaf\u00E9"));
+    EXPECT_EQ(reader.text(), "caf\u00E9");
     reader.read(folder.file("c.txt"));
     EXPECT_EQ(reader.takeText(), "");
 }

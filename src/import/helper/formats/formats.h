@@ -16,7 +16,7 @@ ImportTextResult importHTML(const ImportJob& job);
 // One page of text for each page. With OCR every page is also drawn and read by eye.
 ImportTextResult importPDF(const ImportJob& job);
 
-// docx, xlsx, pptx, odt, ods, odp and epub, told apart by what is in them.
+// docx, xlsx, pptx, odt, ods, odp, epub and their kin, told apart by what is in them.
 ImportTextResult importPackage(const ImportJob& job);
 
 ImportTextResult importRichText(const ImportJob& job);

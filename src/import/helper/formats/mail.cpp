@@ -59,6 +59,11 @@ std::vector<string_view> partsOf(string_view body, const std::string& boundary) 
     return parts;
 }
 
+// Web pages bring their styles and scripts along.
+bool isReadable(string_view type) {
+    return type.starts_with("text/") && type != "text/css" && type != "text/javascript";
+}
+
 class MailReader {
   public:
     MailReader(TextWriter& writer, const std::function<void()>& onPart) : writer_(writer), onPart_(onPart) {}
@@ -101,7 +106,7 @@ class MailReader {
         const std::size_t before = writer_.size();
         if (type == "message/rfc822") {
             message(undoneEncoding(body, encoding, memory), depth + 1);
-        } else if (type.starts_with("text/") && mainValue(disposition) != "attachment") {
+        } else if (isReadable(type) && mainValue(disposition) != "attachment") {
             text(undoneEncoding(body, encoding, memory), contentType);
         }
         const bool hasText = writer_.size() != before && type != "text/calendar";
