@@ -71,6 +71,7 @@ TEST_F(TextFormatsTest, DeepAndLongPagesKeepTheirTextAndTakeNoTime) {
     for (int i = 0; i < 200'000; ++i)
         attributes += " a" + std::to_string(i);
     EXPECT_EQ(html("<p" + attributes + ">needle"), "needle");
+    EXPECT_EQ(html("<ul>" + times(1'000'000, "<li>x")), times(999'999, "x\n") + "x");
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
     const std::string row = "<tr><td>cell &eacute;</td><td>other</td></tr>";
     EXPECT_EQ(html("<table>" + times(20'000, row) + "</table>"),

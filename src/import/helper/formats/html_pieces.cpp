@@ -133,7 +133,8 @@ void HtmlPieces::putTag(const Tag& tag, std::string& piece) {
 // The parser changes references to characters; white space at both ends can decide where a text belongs.
 void HtmlPieces::copyText(std::size_t end, std::string& piece) {
     while (hasMarks_ && at_ < end) {
-        const std::size_t stop = std::min(end, page_.find('&', at_));
+        const string_view text = page_.substr(at_, end - at_);
+        const std::size_t stop = at_ + std::min(text.find('&'), text.size());
         while (at_ < stop && isBlank(page_[at_]))
             piece.push_back(page_[at_++]);
         std::size_t last = stop;
