@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -37,6 +38,10 @@ class OpenFile {
 // Up to `capacity` bytes of what is open, from an offset on, whatever its own offset; 0 at the end, -1 when
 // it cannot be read there.
 std::ptrdiff_t readOpenAt(int descriptor, std::uint64_t offset, char* into, std::size_t capacity);
+
+// How many bytes that has, or nothing if it cannot be told. Unlike readAttributes, this is allowed to a
+// process that may look at no file by name. Leaves its own offset at the end.
+std::optional<std::uint64_t> sizeOfOpen(int descriptor);
 
 // Memory for bytes to be read into. Growing drops what it holds, and new memory is not cleared, which costs
 // as much as reading.

@@ -56,10 +56,11 @@ class FormatsTest : public ImporterTest {
     }
     static void TearDownTestSuite() { samples_.reset(); }
 
-    static std::string sample(const std::string& name) { return *readWholeFile(samples_->path(name)); }
+    static std::string samplePath(const std::string& name) { return samples_->path(name); }
+    static std::string sample(const std::string& name) { return *readWholeFile(samplePath(name)); }
 
     ImportTextResult importSample(const std::string& name, bool useOCR = false) {
-        return importFile(samples_->path(name), useOCR);
+        return importFile(samplePath(name), useOCR);
     }
     std::string textOfSample(const std::string& name) {
         return importSample(name).allText(false).value_or("nothing");

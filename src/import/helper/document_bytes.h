@@ -8,11 +8,8 @@
 
 namespace kestrix {
 
-// Bytes of the document, from wherever it is, without moving its offset.
-std::size_t documentSize(const ImportJob& job);
-
-// The whole document. Throws Error (tooLarge) if it has more than `cap` bytes, (damaged) if it cannot be
-// read.
+// The whole document, whatever its offset. Throws Error (tooLarge) if it has more than `cap` bytes,
+// (damaged) if it cannot be read.
 std::string readDocument(const ImportJob& job, std::size_t cap);
 
 }  // namespace kestrix

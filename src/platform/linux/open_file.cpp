@@ -1,6 +1,7 @@
 #include "platform/open_file.h"
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <utility>
 
@@ -25,6 +26,12 @@ std::size_t OpenFile::readAt(std::uint64_t offset, char* into, std::size_t capac
 
 std::ptrdiff_t readOpenAt(int descriptor, std::uint64_t offset, char* into, std::size_t capacity) {
     return retrying([&] { return ::pread(descriptor, into, capacity, static_cast<off_t>(offset)); });
+}
+
+std::optional<std::uint64_t> sizeOfOpen(int descriptor) {
+    // Not fstat: the C library makes it a question by name, with an empty one.
+    const off_t size = ::lseek(descriptor, 0, SEEK_END);
+    return size < 0 ? std::nullopt : std::optional(static_cast<std::uint64_t>(size));
 }
 
 void ByteBuffer::reserve(std::size_t size, std::size_t most) {

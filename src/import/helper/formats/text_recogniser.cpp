@@ -40,7 +40,7 @@ TextRecogniser::TextRecogniser() : engine_(std::make_unique<Engine>()) {
     setMsgSeverity(L_SEVERITY_NONE);
     if (engine_->api.Init(nullptr, "eng", tesseract::OEM_LSTM_ONLY) != 0) {
         failDocument(ImportFailure::damaged,
-                     "is a picture, and text recognition is not installed (tesseract-ocr-eng)");
+                     "is a picture, and text recognition (tesseract-ocr-eng) cannot be loaded");
     }
     engine_->api.SetPageSegMode(tesseract::PSM_AUTO);
 }
