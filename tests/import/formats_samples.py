@@ -96,8 +96,13 @@ RICH_SHEET = formats.package([
     ("xl/worksheets/sheet10.xml", '<s><row><c t="s"><v>1</v></c></row></s>'),
     ("xl/worksheets/sheet2.xml", '<s><row><c t="s"><v>0</v></c><c/><c><f>A1*2</f><v>12.5</v></c><c t="b"><v>1</v></c>'
                                  '<c><v>4.3499999999999996</v></c></row>'
+                                 '<row><c s="1"><v>43861</v></c><c s="2"><v>43861.5625</v></c><c s="0"><v>43861</v></c>'
+                                 '<c s="3"><v>7</v></c><c s="2"><v>0.25001157</v></c><c s="2" t="str"><v>x</v></c></row>'
                                  '<row><c t="inlineStr"><is><t>inline</t></is></c><c t="s"><v>99</v></c></row>'
                                  '<row><c t="inlineStr"><is><t>one_x000D_\ntwo _x_ _x005F_</t></is></c></row></s>'),
+    ("xl/styles.xml", "<s><numFmts><numFmt numFmtId='170' formatCode='dd\\. \"of\" mmm'/><numFmt numFmtId='171' "
+                      "formatCode='[Red]0.0 \"days\"'/></numFmts><cellStyleXfs><xf numFmtId='14'/></cellStyleXfs><cellXfs>"
+                      "<xf numFmtId='0'/><xf numFmtId='14'/><xf numFmtId='170'/><xf numFmtId='171'/></cellXfs></s>"),
     ("xl/comments1.xml", "<comments><comment><text><r><t>remark</t></r></text></comment></comments>")])
 BOMB = "".join(f'<!ENTITY {chr(98 + i)} "{("&" + chr(97 + i) + ";") * 10}">' for i in range(9))
 ENCRYPTED_CHAPTER = ("META-INF/encryption.xml", '<e><EncryptedData><CipherReference URI="OEBPS/text/chapter%201.xhtml"/>'

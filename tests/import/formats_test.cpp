@@ -32,7 +32,9 @@ TEST_F(FormatsTest, EveryFormatGivesTitleAndLines) {
 TEST_F(FormatsTest, OfficeDocumentsGiveWhatIsSeenAndNothingElse) {
     EXPECT_EQ(textOfSample("rich.docx"),
               "split word\ttabbed\nsofthyphen\naround\nbox\nin the\theader\nin a note\npie\nslice");
-    EXPECT_EQ(textOfSample("rich.xlsx"), "Budget\ntwo runs\t12.5\t4.35\ninline\none two _x_ _\nlast\nremark");
+    EXPECT_EQ(textOfSample("rich.xlsx"),
+              "Budget\ntwo runs\t12.5\t4.35\n2020-01-31\t2020-01-31 "
+              "13:30\t43861\t7\t06:00:01\tx\ninline\none two _x_ _\nlast\nremark");
     EXPECT_EQ(textOfSample("crooked.epub"), "found");
     EXPECT_EQ(textOfSample("changed.odt"), "one two\nthree\tfour\ninside\nbelow");
 }

@@ -5,9 +5,11 @@
 #include <charconv>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/text.h"
+#include "import/helper/formats/cell_dates.h"
 #include "import/helper/formats/document.h"
 #include "import/helper/formats/xml_stream.h"
 
@@ -60,14 +62,11 @@ class SharedTexts : public XmlHandler {
     int pronouncing_ = 0;
 };
 
-// The number as it is shown: it is stored with two digits more, which make 4.3499999999999996 of 4.35.
-std::string shownNumber(std::string_view stored) {
-    constexpr std::size_t kShownDigits = 15;
+std::optional<double> numberOf(std::string_view stored) {
     double number = 0;
     const auto parsed = std::from_chars(stored.data(), stored.data() + stored.size(), number);
     const bool isNumber = parsed.ec == std::errc{} && parsed.ptr == stored.data() + stored.size();
-    if (stored.size() <= kShownDigits || !isNumber) return std::string(stored);
-    return fmt::format("{:.{}g}", number, kShownDigits);
+    return isNumber ? std::optional(number) : std::nullopt;
 }
 
 // The code of the escape in front, like _x000D_, by which cells hold what XML does not; nothing if it is
@@ -99,10 +98,13 @@ void writeCell(TextWriter& writer, std::string_view text) {
     writer.words(text);
 }
 
-class SheetNames : public XmlHandler {
+// Its sheets' names, and from when its dates count.
+class Workbook : public XmlHandler {
   public:
-    explicit SheetNames(TextWriter& writer) : writer_(writer) {}
+    explicit Workbook(TextWriter& writer) : writer_(writer) {}
     void startElement(std::string_view name, const std::vector<Attribute>& attributes) override {
+        const std::string_view from1904 = attribute(attributes, "date1904");
+        if (from1904 == "1" || from1904 == "true") dates = DateSystem::from1904;
         if (name != "sheet") return;
         writer_.words(attribute(attributes, "name"));
         writer_.lineBreak();
@@ -110,13 +112,16 @@ class SheetNames : public XmlHandler {
     void endElement(std::string_view) override {}
     void characters(std::string_view) override {}
 
+    DateSystem dates = DateSystem::from1900;
+
   private:
     TextWriter& writer_;
 };
 
 class Sheet : public XmlHandler {
   public:
-    Sheet(TextWriter& writer, const SharedTexts& shared) : writer_(writer), shared_(shared) {}
+    Sheet(TextWriter& writer, const SharedTexts& shared, const CellStyles& styles, DateSystem dates)
+        : writer_(writer), shared_(shared), styles_(styles), dates_(dates) {}
 
     void startElement(std::string_view name, const std::vector<Attribute>& attributes) override {
         if (name == "c") {
@@ -125,6 +130,7 @@ class Sheet : public XmlHandler {
             isShared_ = type == "s";
             isTruth_ = type == "b";
             isNumber_ = type.empty() || type == "n";
+            isDate_ = isNumber_ && styles_.isDate(attribute(attributes, "s"));
         }
         holding_ += holdsText(name) ? 1 : 0;
     }
@@ -147,29 +153,45 @@ class Sheet : public XmlHandler {
 
     void endCell() {
         if (isTruth_ || value_.empty()) return;
-        if (isNumber_) value_ = shownNumber(value_);
+        if (isNumber_) showNumber();
         writeCell(writer_, isShared_ ? shared_.at(value_) : std::string_view(value_));
         writer_.tab();
     }
 
+    // It is stored with two digits more than a cell shows, which make 4.3499999999999996 of 4.35.
+    void showNumber() {
+        constexpr std::size_t kShownDigits = 15;
+        if (!isDate_ && value_.size() <= kShownDigits) return;
+        const auto number = numberOf(value_);
+        if (!number) return;
+        std::string shown = isDate_ ? dateText(*number, dates_) : "";
+        if (shown.empty()) shown = fmt::format("{:.{}g}", *number, kShownDigits);
+        value_ = std::move(shown);
+    }
+
     TextWriter& writer_;
     const SharedTexts& shared_;
+    const CellStyles& styles_;
+    const DateSystem dates_;
     std::string value_;
     int holding_ = 0;
     bool isShared_ = false;
     bool isTruth_ = false;
     bool isNumber_ = false;
+    bool isDate_ = false;
 };
 
 }  // namespace
 
 void writeSpreadsheet(TextWriter& writer, ZipPackage& package) {
-    SheetNames names(writer);
-    package.readXml("xl/workbook.xml", names);
+    Workbook workbook(writer);
+    package.readXml("xl/workbook.xml", workbook);
     SharedTexts shared;
     if (package.has("xl/sharedStrings.xml")) package.readXml("xl/sharedStrings.xml", shared);
+    CellStyles styles;
+    if (package.has("xl/styles.xml")) package.readXml("xl/styles.xml", styles);
     for (const std::string& name : package.membersLike("xl/worksheets/*.xml")) {
-        Sheet sheet(writer, shared);
+        Sheet sheet(writer, shared, styles, workbook.dates);
         package.readXml(name, sheet);
         writer.lineBreak();
         if (writer.isFull()) return;

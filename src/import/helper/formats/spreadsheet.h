@@ -7,7 +7,8 @@
 namespace kestrix {
 
 // Writes the sheets' names, then every sheet: a line for each row, tabs between its filled cells. A number
-// has the digits that a cell shows at most; of a formula its last result counts. Throws what the package
+// has the digits that a cell shows at most, a date is written by dateText; of a formula its last result
+// counts. Throws what the package
 // throws.
 void writeSpreadsheet(TextWriter& writer, ZipPackage& package);
 
