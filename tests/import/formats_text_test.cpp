@@ -119,6 +119,8 @@ TEST_F(TextFormatsTest, MailBodiesAreDecoded) {
         "s\nsoft break é =ZZ\nline");
     EXPECT_EQ(mail(fields + "Content-Transfer-Encoding: BASE64\n\nY2Fm\n6Q==\n"), "s\ncafé");
     EXPECT_EQ(mail("Subject: s\nContent-Type: text/html\n\n<p>a<p>b"), "s\na\nb");
+    EXPECT_EQ(mail("Subject: s\nContent-Type: text/html; charset=iso-8859-2\n\n<meta charset=utf-8><p>\xB3"),
+              "s\nł");
     EXPECT_EQ(mail("\n\nFrom me Mon Jan  1 00:00:00 2020\nSubject: s\n\nbody"), "s\nbody");
     EXPECT_EQ(mail("Subject: s\nContent-Type: text/plain; format=Flowed\n\nyearly \ntotal\n> a \n> b \n>> "
                    "c\n-- \nme"),

@@ -93,8 +93,7 @@ std::string decodedPage(std::string_view bytes, std::string_view label) {
             return decodedByLabel(bytes.substr(mark.bytes.size()), mark.charset);
     }
     if (!text::isAscii(bytes) && text::isValidUtf8(bytes)) return std::string(bytes);
-    const std::string own = ownLabel(bytes);
-    return decodedByLabel(bytes, own.empty() ? label : own);
+    return decodedByLabel(bytes, label.empty() ? ownLabel(bytes) : std::string(label));
 }
 
 }  // namespace kestrix

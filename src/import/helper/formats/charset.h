@@ -13,8 +13,9 @@ namespace kestrix {
 std::string decodedByLabel(std::string_view bytes, std::string_view label);
 
 // A web page as UTF-8. Decided by, in this order: a byte order mark; being valid UTF-8 with other characters
-// than ASCII, which hardly happens by chance while wrong labels are common; the label of the page itself,
-// <meta charset> or the XML declaration, in the first 4 KiB; the `label` from outside, if there is one.
+// than ASCII, which hardly happens by chance while wrong labels are common; the `label` from outside, if
+// there is one, since mail programs recode a page and leave its own label as it was; that label, <meta
+// charset> or the XML declaration, in the first 4 KiB.
 std::string decodedPage(std::string_view bytes, std::string_view label = {});
 
 }  // namespace kestrix
