@@ -36,6 +36,7 @@ TEST_F(TextFormatsTest, APageReadsAsItIsSeen) {
         "a text that is long enough, another of its kind e");
     EXPECT_EQ(html("a<button>b</button><button>c</button>d<input>e <ruby>f<rp>(<rt>no<rp>)</ruby>g<wbr>h"),
               "a b c d e fgh");
+    EXPECT_EQ(html("<svg><g><text>a</text><text><tspan>b</tspan>c</text></g></svg>"), "a bc");
     // Longer texts pass the parser by, and go where it puts them.
     EXPECT_EQ(html("<table>this stands  in front of it<tr><td>a\n long  cell &eacute;t&eacute;s of some words"
                    "<td>b</table><pre>\nlong  lines\n  of a&amplisting that goes on</pre>"),

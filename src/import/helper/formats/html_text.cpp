@@ -33,12 +33,20 @@ const TagSet& unseen() {
     return kSet;
 }
 
+// The labels of a drawing; the parser has no name for their tag.
+bool isLabel(const GumboElement& element) {
+    if (element.tag_namespace != GUMBO_NAMESPACE_SVG) return false;
+    GumboStringPiece name = element.original_tag;
+    gumbo_tag_from_original_text(&name);
+    return std::string_view(name.data, name.length) == "text";
+}
+
 // Pictures and controls: a text on either side is another.
-const TagSet& ownWords() {
+bool hasOwnWords(const GumboElement& element) {
     static const TagSet kSet =
         tags({GUMBO_TAG_IMG, GUMBO_TAG_SVG, GUMBO_TAG_OBJECT, GUMBO_TAG_VIDEO, GUMBO_TAG_AUDIO,
               GUMBO_TAG_CANVAS, GUMBO_TAG_BUTTON, GUMBO_TAG_INPUT, GUMBO_TAG_SELECT});
-    return kSet;
+    return kSet[element.tag] || isLabel(element);
 }
 
 const TagSet& ownLines() {
@@ -92,7 +100,7 @@ class TreeReader {
             const GumboElement& element = node.v.element;
             if (unseen()[element.tag]) return;
             if (ownLines()[element.tag]) writer_.lineBreak();
-            if (ownWords()[element.tag]) writer_.blank();
+            if (hasOwnWords(element)) writer_.blank();
             withOwnBlanks_ += ownBlanks()[element.tag] ? 1 : 0;
             open_.push_back({&element, 0});
         } else if (node.type == GUMBO_NODE_TEXT || node.type == GUMBO_NODE_CDATA ||
@@ -105,7 +113,7 @@ class TreeReader {
 
     void leave(const GumboElement& element) {
         if (ownLines()[element.tag]) writer_.lineBreak();
-        if (ownWords()[element.tag]) writer_.blank();
+        if (hasOwnWords(element)) writer_.blank();
         if (element.tag == GUMBO_TAG_TD || element.tag == GUMBO_TAG_TH) writer_.tab();
         withOwnBlanks_ -= ownBlanks()[element.tag] ? 1 : 0;
         open_.pop_back();
