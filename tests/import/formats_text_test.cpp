@@ -122,7 +122,9 @@ TEST_F(TextFormatsTest, MailBodiesAreDecoded) {
     EXPECT_EQ(mail("Subject: s\nContent-Type: text/html\n\n<p>a<p>b"), "s\na\nb");
     EXPECT_EQ(mail("Subject: s\nContent-Type: text/html; charset=iso-8859-2\n\n<meta charset=utf-8><p>\xB3"),
               "s\nł");
-    EXPECT_EQ(mail("\n\nFrom me Mon Jan  1 00:00:00 2020\nSubject: s\n\nbody"), "s\nbody");
+    EXPECT_EQ(mail("Subject: s\nContent-Type: text/plain; format=flowed; delsp=yes\n\ntwo  \nwor \n \nds"),
+              "s\ntwo words");
+    EXPECT_EQ(mail("\xEF\xBB\xBF\n\nFrom me Mon Jan  1 00:00:00 2020\nSubject: s\n\nbody"), "s\nbody");
     EXPECT_EQ(mail("Subject: s\nContent-Type: text/plain; format=Flowed\n\nyearly \ntotal\n> a \n> b \n>> "
                    "c\n-- \nme"),
               "s\nyearly total\n> a b \n>> c\n-- \nme");

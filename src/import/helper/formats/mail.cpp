@@ -134,7 +134,9 @@ class MailReader {
         if (mainValue(contentType) == "text/html") {
             writeHtml(writer_, decodedPage(bytes, charset));
         } else if (text::lowered(parameter(contentType, "format")) == "flowed") {
-            writer_.lines(joinedFlow(decodedByLabel(bytes, charset)));
+            const bool isSign = text::lowered(parameter(contentType, "delsp")) == "yes";
+            writer_.lines(
+                joinedFlow(decodedByLabel(bytes, charset), isSign ? FlowBlank::sign : FlowBlank::text));
         } else {
             writer_.lines(decodedByLabel(bytes, charset));
         }
@@ -145,10 +147,10 @@ class MailReader {
     const std::function<void()>& onPart_;
 };
 
-// Without what may stand in front of the first field: empty lines, and the line by which a mailbox of many
-// messages parts them.
+// Without what may stand in front of the first field: a byte order mark, empty lines, and the line by which a
+// mailbox of many messages parts them.
 string_view fromFirstField(string_view message) {
-    message.remove_prefix(std::min(message.find_first_not_of("\r\n"), message.size()));
+    message.remove_prefix(std::min(message.find_first_not_of("\r\n\xEF\xBB\xBF"), message.size()));
     if (message.starts_with("From "))
         message.remove_prefix(std::min(message.find('\n'), message.size() - 1) + 1);
     return message;

@@ -200,7 +200,7 @@ std::string decodedField(string_view value) {
     return text;
 }
 
-std::string joinedFlow(string_view text) {
+std::string joinedFlow(string_view text, FlowBlank blank) {
     std::string joined;
     std::size_t quotesBefore = 0;
     bool goesOn = false;
@@ -212,6 +212,7 @@ std::string joinedFlow(string_view text) {
         // Behind the quotes a blank protects what begins with one.
         if (isJoined && added.starts_with(' ')) added.remove_prefix(1);
         if (!joined.empty() && !isJoined) joined += '\n';
+        if (isJoined && blank == FlowBlank::sign && joined.ends_with(' ')) joined.pop_back();
         joined += added;
         // Two dashes and a blank are the line above a signature.
         goesOn = line.ends_with(' ') && line != "-- ";

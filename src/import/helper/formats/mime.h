@@ -24,8 +24,10 @@ std::string_view fieldValue(const std::vector<MailField>& fields, std::string_vi
 std::string decodedField(std::string_view value);
 
 // A text whose paragraphs are broken into lines by a blank at the end of each but the last (format=flowed),
-// with the paragraphs as lines. What is quoted (>) joins what is quoted alike.
-std::string joinedFlow(std::string_view text);
+// with the paragraphs as lines. What is quoted (>) joins what is quoted alike. That blank is part of the
+// text, or only the sign of a broken line (delsp=yes).
+enum class FlowBlank { text, sign };
+std::string joinedFlow(std::string_view text, FlowBlank blank);
 
 // "text/plain; charset=utf-8" up to the first semicolon, in lower case.
 std::string mainValue(std::string_view value);
