@@ -51,6 +51,24 @@ class Sentences : public testing::Test {
         return outcome.output;
     }
 
+    static bool isInstalled(const std::string& shell) {
+        return std::system(("command -v " + shell + " >/dev/null").c_str()) == 0;
+    }
+    // What a script prints in that shell, in the tree, behind the completions of the program.
+    std::string printedIn(const std::string& shell, const std::string& script) {
+        const std::string binary = KESTRIX_BINARY;
+        const std::string folders = binary.substr(0, binary.rfind('/')) + ":" + std::getenv("PATH");
+        const std::string completions = shell == "zsh" ? "compdef() { : }\n" + output({"completions", shell})
+                                                       : output({"completions", shell});
+        const std::string all = program_.folder().file("try." + shell, completions + script);
+        const std::string reply = program_.folder().path("reply");
+        const std::string command = "cd '" + tree() + "' && KESTRIX_HOME='" + program_.home() + "' PATH='" +
+                                    folders + "' " + shell + " '" + all + "' > '" + reply + "'";
+        EXPECT_EQ(std::system(command.c_str()), 0) << shell;
+        std::ifstream printed(reply);
+        return std::string(std::istreambuf_iterator<char>(printed), {});
+    }
+
     Program program_;
     std::string errors_;
 };
@@ -184,25 +202,44 @@ TEST_F(Sentences, CompleteOffersWhatFollows) {
     EXPECT_EQ(output({"complete", ": tag t"}), "\"to print\"\n");
 }
 
-TEST_F(Sentences, TheShellAsksForTheWordsOfALine) {
-    const std::string script = program_.folder().file("completion.bash", output({"completions", "bash"}));
+TEST_F(Sentences, BashAsksForTheWordsOfALine) {
     const auto replies = [&](const std::string& words, int place) {
-        const std::string reply = program_.folder().path("reply");
-        program_.folder().file("try.bash", "export KESTRIX_HOME='" + program_.home() + "'\nsource '" +
-                                               script + "'\nCOMP_WORDS=('" KESTRIX_BINARY "' " + words +
-                                               ")\nCOMP_CWORD=" + std::to_string(place) +
-                                               "\n_kestrix\nprintf '%s\\n' \"${COMPREPLY[@]}\" > '" + reply +
-                                               "'\n");
-        EXPECT_EQ(std::system(("bash '" + program_.folder().path("try.bash") + "'").c_str()), 0);
-        std::ifstream file(reply);
-        return std::string(std::istreambuf_iterator<char>(file), {});
+        return printedIn("bash", "COMP_WORDS=(kestrix " + words + ")\nCOMP_CWORD=" + std::to_string(place) +
+                                     "\n_kestrix\nprintf '%s\\n' \"${COMPREPLY[@]}\"\n");
     };
+    file("annual report.txt");
     EXPECT_EQ(replies("find report : mod", 4), "modified\n");
     EXPECT_EQ(replies("explain --in /tmp : bigger ''", 6), "than\n");
+    EXPECT_EQ(replies("export --sort = name : bigger th", 7), "than\n");
     EXPECT_EQ(replies("find \"'report : bigger th\"", 2), "report : bigger than\n");
     EXPECT_EQ(replies("find --so", 2), "--soundex\n--source\n--sort\n");
-    for (const char* shell : {"zsh", "fish"})
-        EXPECT_NE(output({"completions", shell}).find("no-history"), std::string::npos);
+    EXPECT_EQ(replies("export --format ''", 3), "csv\ntext\n");
+    EXPECT_EQ(replies("delete ann", 2), "annual report.txt\n");
+}
+
+TEST_F(Sentences, ZshAsksForTheWordsOfALine) {
+    if (!isInstalled("zsh")) GTEST_SKIP() << "there is no zsh here";
+    const auto replies = [&](const std::string& words, const std::string& half) {
+        return printedIn("zsh", "compadd() { print -rl -- \"${@[3,-1]}\" }\nwords=(find " + words + " '" +
+                                    half + "')\nCURRENT=$#words\nPREFIX='" + half + "'\n_kestrix_line\n");
+    };
+    EXPECT_EQ(replies("report :", "mod"), "modified\n");
+    EXPECT_EQ(replies(": bigger --sort name --reverse", "th"), "than\n");
+    EXPECT_EQ(replies("", "report : bigger th"), "report : bigger than\n");
+}
+
+TEST_F(Sentences, FishAsksForTheWordsOfALine) {
+    if (!isInstalled("fish")) GTEST_SKIP() << "there is no fish here";
+    const auto replies = [&](const std::string& line) {
+        return printedIn("fish", "complete -C \"kestrix " + line + "\"\n");
+    };
+    file("annual report.txt");
+    EXPECT_EQ(replies("find report : mod"), "modified\n");
+    EXPECT_EQ(replies("explain : bigger --sort name --reverse th"), "than\n");
+    EXPECT_EQ(replies("find 'report : bigger th"), "report : bigger than\n");
+    EXPECT_EQ(replies("delete ann"), "annual report.txt\n");
+    EXPECT_EQ(replies("help expo"), "export\twrite what a line finds to a file\n");
+    EXPECT_EQ(replies("service "), "");
 }
 
 TEST_F(Sentences, TagsAreSetListedAddedAndRemoved) {
