@@ -30,6 +30,8 @@ TEST(ImportCommand, SaysInOneLineWhyAFileCannotBeRead) {
     const std::vector<std::pair<std::string, std::string>> cases = {
         {program.folder().path("missing.txt"), "cannot open"},
         {program.folder().file("a.zip", "PK"), "nothing reads files of this kind"},
+        {program.folder().path("absent"), "there is no"},
+        {program.folder().path(), "is no plain file"},
         {program.folder().file("a.docx", "no package"), "a.docx"},
         {program.folder().folder("folder.txt"), "no regular file"}};
     for (const auto& [path, words] : cases) {

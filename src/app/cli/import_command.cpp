@@ -8,6 +8,7 @@
 #include "base/error.h"
 #include "base/path.h"
 #include "import/import_text_tools_xpc.h"
+#include "platform/directory.h"
 #include "platform/system_info.h"
 
 namespace kestrix::cli {
@@ -16,6 +17,14 @@ namespace {
 std::string absolute(std::string_view typed) {
     if (typed.empty()) throw UsageError("there is no \"\"; name a file");
     return typed.front() == '/' ? std::string(typed) : path::join(workingDirectory(), typed);
+}
+
+// Why nothing reads a file whose name tells no kind.
+std::string refusalOf(const std::string& path) {
+    FileAttributes attributes;
+    if (readAttributes(path, true, attributes) != 0) return "there is no " + inQuotes(path) + "; name a file";
+    if (attributes.type != EntryType::file) return inQuotes(path) + " is no plain file; name a file";
+    return "nothing reads files of this kind: " + inQuotes(path) + "; --all takes it as plain text";
 }
 
 // A percentage on the terminal while the document is read.
@@ -61,7 +70,7 @@ int runImport(const Arguments& arguments, CommandContext& context) {
     const bool useOCR = arguments.has("ocr");
     const bool allFiles = arguments.has("all");
     if (service.tools().formatOf(path, allFiles, useOCR) == DocumentFormat::none)
-        return fail("nothing reads files of this kind: " + inQuotes(path) + "; --all takes it as plain text");
+        return fail(refusalOf(path));
     ShownProgress progress(path::lastComponent(path));
     if (arguments.has("words") && !allFiles) {
         const ImportedWords imported = service.wordsFromFile(path, useOCR, progress.handler());
