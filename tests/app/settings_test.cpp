@@ -63,6 +63,18 @@ TEST_F(SettingsCommands, ADamagedFileIsNamedAndAFolderThatCannotBeWrittenIsOneLi
     EXPECT_NE(output({"find", "--help"}).find("Example:"), std::string::npos);
 }
 
+TEST_F(SettingsCommands, WhatIsNoUtf8IsRefusedSinceItCouldNotBeNamedAgain) {
+    const std::vector<std::vector<std::string>> cases = {{"settings", "set", "b\xff", "1"},
+                                                         {"settings", "set", "key", "b\xff"},
+                                                         {"ignore", "add-folder", "b\xff"}};
+    for (const auto& arguments : cases) {
+        const Outcome outcome = program_.run(arguments);
+        EXPECT_EQ(outcome.code, 2) << arguments[1];
+        EXPECT_NE(outcome.errors.find("must be valid UTF-8"), std::string::npos) << outcome.errors;
+    }
+    EXPECT_EQ(program_.run({"ignore"}).code, 1);
+}
+
 TEST_F(SettingsCommands, ListsAreKeptAndCleared) {
     program_.run({"find", "first", "--in", program_.folder().path()});
     program_.run({"find", "second", "--in", program_.folder().path()});

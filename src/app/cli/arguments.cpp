@@ -4,6 +4,7 @@
 #include <charconv>
 
 #include "app/cli/display_text.h"
+#include "base/text.h"
 #include "language/suggestions.h"
 
 namespace kestrix::cli {
@@ -219,6 +220,11 @@ std::string Arguments::line() const {
 
 Arguments parseArguments(std::span<const std::string_view> typed) {
     return Parser(typed).parse();
+}
+
+void demandUtf8(std::string_view text, std::string_view what) {
+    if (!text::isValidUtf8(text))
+        throw UsageError(std::string(what) + " must be valid UTF-8, and this is not: " + inQuotes(text));
 }
 
 // A third of the letters may be wrong, and one of a few; a beginning of three letters is near, too. The cap

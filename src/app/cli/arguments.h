@@ -45,6 +45,9 @@ struct Arguments {
 // UsageError. With --help or --version among the options the words are not checked.
 Arguments parseArguments(std::span<const std::string_view> typed);
 
+// Throws UsageError for what cannot be kept: the settings hold UTF-8 only. `what` is a noun: "a name".
+void demandUtf8(std::string_view text, std::string_view what);
+
 // The candidate that was most likely meant; empty if none is near.
 std::string_view nearest(std::string_view typed, std::span<const std::string_view> candidates);
 

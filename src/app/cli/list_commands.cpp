@@ -212,6 +212,7 @@ int runIgnore(const Arguments& arguments, CommandContext& context) {
     if (text.empty()) throw UsageError("an empty text ignores nothing");
     IgnoreItems ignored(context.application.preferences());
     if (action == "remove") return removeIgnored(text, ignored);
+    demandUtf8(text, "what is ignored");
     context.application.noteLaunch();
     if (action == "add-folder") {
         ignored.addFolder(text);

@@ -70,7 +70,9 @@ int runSettings(const Arguments& arguments, CommandContext& context) {
     if (key.empty()) throw UsageError("a setting needs a name; kestrix settings list shows what there is");
     if (action == "get") return getSetting(preferences, context.output, key, arguments.has("json"));
     context.application.noteLaunch();
+    demandUtf8(key, "the name of a setting");
     if (action == "unset") return preferences.unset(key) ? kExitFound : kExitNothing;
+    demandUtf8(arguments.words[1], "a setting");
     preferences.set(key, valueOf(arguments.words[1], arguments.has("string")));
     return kExitFound;
 }
