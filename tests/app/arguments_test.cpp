@@ -53,6 +53,8 @@ TEST(Arguments, WrongUsageIsToldWithWhatWasMeant) {
     EXPECT_EQ(complaint({"find", "x", "--count=3"}), "--count takes no value");
     EXPECT_EQ(complaint({"settings", "get"}), "use it as: kestrix settings get KEY");
     EXPECT_EQ(complaint({"settings"}), "settings needs one of list, get, set, unset");
+    EXPECT_EQ(complaint({"catalog", "update", "x", "--mirror", "/m"}), "--mirror goes with catalog add");
+    EXPECT_EQ(complaint({"catalog", "update", "x", "--words"}), "");
     for (const char* limit : {"0", "-1", "1x", "", "99999999999999999999"}) {
         EXPECT_NE(complaint({"find", "x", "--limit", limit}), "") << limit;
     }

@@ -91,12 +91,25 @@ TEST_F(CatalogCommand, CtrlCStopsABuildWithoutHarm) {
     EXPECT_EQ(findTwo(), "") << "what has gone holds no words";
 }
 
+TEST_F(CatalogCommand, ACatalogOfNamesIsGivenWordsByAnUpdate) {
+    run({"catalog", "add", tree()});
+    expectRefusal(run({"catalog", "update", "--words"}), {"--words needs the name"});
+    EXPECT_EQ(factsOf("tree")["mode"], 0);
+    EXPECT_EQ(run({"catalog", "update", "tree", "--words"}).code, 0);
+    EXPECT_EQ(run({"catalog", "update"}).code, 0);
+    EXPECT_EQ(factsOf("tree")["mode"], 1) << "later updates keep what was chosen";
+    std::filesystem::rename(tree(), program_.folder().path("away"));
+    EXPECT_EQ(run({"find", ": content hello", "--in", tree(), "--source", "catalog"}).output,
+              tree() + "/report.txt\n");
+}
+
 TEST_F(CatalogCommand, WhatCannotBeDoneIsRefusedInOneLine) {
     run({"catalog", "add", tree()});
     expectRefusal(run({"catalog", "add", tree()}), {"\"tree\"", "catalog update", "--name"});
     expectRefusal(run({"catalog", "add", tree() + "/absent"}), {"there is no"});
     expectRefusal(run({"catalog", "add", tree() + "/report.txt"}), {"no folder"});
     expectRefusal(run({"catalog", "add", tree() + "/deep", "--mirror", "/no/such/folder/x"}), {"--mirror"});
+    expectRefusal(run({"catalog", "add", tree() + "/deep", "--name", "b\xff"}), {"UTF-8"});
     expectRefusal(run({"catalog", "info", "absent"}), {"catalog list"});
     expectRefusal(run({"catalog", "dump", "/no/such.kxcache"}), {"no file"});
     std::filesystem::remove_all(tree());

@@ -158,10 +158,21 @@ class Parser {
             arguments_.action = actionNamed(command, command.usualAction);
         }
         const ActionSpec& action = *arguments_.action;
+        checkOptionsOf(action);
         const std::size_t count = arguments_.words.size();
         if (count >= action.fewest && count <= action.most) return;
         throw UsageError("use it as: kestrix " + std::string(command.name) + " " + std::string(action.name) +
                          (action.operands.empty() ? "" : " " + std::string(action.operands)));
+    }
+
+    // What an action would not heed, it does not take.
+    void checkOptionsOf(const ActionSpec& action) const {
+        for (const Arguments::Given& given : arguments_.options) {
+            const auto& actions = given.option->actions;
+            if (actions.empty() || std::ranges::find(actions, action.name) != actions.end()) continue;
+            throw UsageError("--" + std::string(given.option->name) + " goes with " +
+                             std::string(arguments_.command->name) + " " + joined(actions));
+        }
     }
 
     template <typename Matches>

@@ -17,16 +17,11 @@ namespace {
 
 using Entry = ContentIndexManager::Entry;
 
-ContentIndexMode modeOf(const Arguments& arguments) {
+// Nothing if neither option was given.
+std::optional<ContentIndexMode> chosenMode(const Arguments& arguments) {
     if (arguments.has("ocr")) return ContentIndexMode::ocrAndTextDocuments;
-    return arguments.has("words") ? ContentIndexMode::textDocuments : ContentIndexMode::off;
-}
-
-// An update keeps what add chose.
-void refuseMode(const Arguments& arguments) {
-    if (modeOf(arguments) != ContentIndexMode::off)
-        throw UsageError(
-            "--words and --ocr are chosen with catalog add; remove the catalog and add it again");
+    if (arguments.has("words")) return ContentIndexMode::textDocuments;
+    return std::nullopt;
 }
 
 std::string existing(std::string_view typed) {
@@ -85,8 +80,9 @@ int exitCodeOf(const BuildWatch& watch, int code) {
 }
 
 // A refusal of one is no reason to leave the others out.
-int updateOne(const Entry& entry, bool setsAside, BuildWatch& watch, CommandContext& context) {
+int updateOne(const Entry& entry, const Arguments& arguments, BuildWatch& watch, CommandContext& context) {
     std::shared_ptr<ContentIndex> index = entry.index;
+    const bool setsAside = arguments.has("set-aside");
     const std::string name = inQuotes(entry.info.displayName);
     if (setsAside || (!index && typeOf(entry.info.localDBFilePath) == EntryType::unknown)) {
         if (!entry.info.targetURL)
@@ -105,13 +101,16 @@ int updateOne(const Entry& entry, bool setsAside, BuildWatch& watch, CommandCont
                          " or the disk that it was made of is not there");
     }
     // A new file knows no mode yet.
-    const auto mode = entry.index ? entry.index->documentInfo().lastIndexMode : entry.info.indexMode;
-    return report(*index, watch.run(index, mode), context);
+    const auto before = entry.index ? entry.index->documentInfo().lastIndexMode : entry.info.indexMode;
+    return report(*index, watch.run(index, chosenMode(arguments).value_or(before)), context);
 }
 
 std::vector<Entry> entriesToUpdate(const Arguments& arguments, ContentIndexManager& catalogs) {
     if (arguments.words.empty()) {
-        if (arguments.has("set-aside")) throw UsageError("--set-aside needs the name of one catalog");
+        for (const char* option : {"set-aside", "words", "ocr"}) {
+            if (arguments.has(option))
+                throw UsageError(std::string("--") + option + " needs the name of one catalog");
+        }
         return catalogs.entries();
     }
     return {listedCatalogNamed(arguments.words.front(), catalogs)};
@@ -131,20 +130,22 @@ int addCatalog(const Arguments& arguments, CommandContext& context) {
     std::optional<std::string> name;
     if (const auto given = arguments.value("name")) name = std::string(*given);
     if (name && name->empty()) throw UsageError("--name: an empty name names nothing");
+    if (name) demandUtf8(*name, "the name of a catalog");
     BuildWatch watch(context);
     const auto index = catalogs.add(place, name, mirrorOf(arguments, place, catalogs));
-    return exitCodeOf(watch, report(*index, watch.run(index, modeOf(arguments)), context));
+    return exitCodeOf(
+        watch,
+        report(*index, watch.run(index, chosenMode(arguments).value_or(ContentIndexMode::off)), context));
 }
 
 int updateCatalogs(const Arguments& arguments, CommandContext& context) {
-    refuseMode(arguments);
     BuildWatch watch(context);
     const auto entries = entriesToUpdate(arguments, context.application.catalogs());
     int code = entries.empty() ? kExitNothing : kExitFound;
     for (const Entry& entry : entries) {
         if (watch.interruptedBy()) break;
         try {
-            code = std::max(code, updateOne(entry, arguments.has("set-aside"), watch, context));
+            code = std::max(code, updateOne(entry, arguments, watch, context));
         } catch (const std::exception& refusal) {
             complain(refusal.what());
             code = kExitFailure;

@@ -14,6 +14,10 @@ constexpr std::array<Texts, 8> kColumns = {"name", "size",   "modified", "create
                                            "kind", "inside", "path",     "rank"};
 constexpr std::array<Texts, 5> kForms = {"path", "long", "json", "csv", "text"};
 constexpr std::array<Texts, 2> kExportForms = {"csv", "text"};
+constexpr std::array<Texts, 1> kAddOnly = {"add"};
+constexpr std::array<Texts, 1> kUpdateOnly = {"update"};
+constexpr std::array<Texts, 2> kAddOrUpdate = {"add", "update"};
+constexpr std::array<Texts, 1> kSetOnly = {"set"};
 constexpr std::array<Texts, 3> kShells = {"bash", "zsh", "fish"};
 
 constexpr std::array kGlobalOptions = {
@@ -106,7 +110,8 @@ constexpr auto kSavedOptions = [] {
 }();
 constexpr std::array kSettingsOptions = {
     kJson,
-    OptionSpec{.name = "string", .help = "with set: store the value as text, whatever it looks like"},
+    OptionSpec{
+        .name = "string", .actions = kSetOnly, .help = "store the value as text, whatever it looks like"},
 };
 constexpr std::array kDeleteOptions = {
     OptionSpec{.name = "yes", .shortName = 'y', .help = "delete without asking"},
@@ -122,17 +127,22 @@ constexpr std::array kCatalogOptions = {
     OptionSpec{.name = "name",
                .kind = ValueKind::text,
                .valueName = "NAME",
-               .help = "with add: what the catalog is called; default: made from the folder"},
+               .actions = kAddOnly,
+               .help = "what the catalog is called; default: made from the folder"},
     OptionSpec{.name = "mirror",
                .kind = ValueKind::path,
                .valueName = "FILE",
-               .help = "with add: keep a copy of the catalog there, in step both ways"},
+               .actions = kAddOnly,
+               .help = "keep a copy of the catalog there, in step both ways"},
     OptionSpec{.name = "words",
-               .help = "with add: also the words of documents, so that content searches ask it"},
+               .actions = kAddOrUpdate,
+               .help = "from now on also the words of documents, so that content searches ask it"},
     OptionSpec{.name = "ocr",
-               .help = "with add: the same, and the text in pictures; each update reads every file again"},
+               .actions = kAddOrUpdate,
+               .help = "the same, and the text in pictures; each update reads every file again"},
     OptionSpec{.name = "set-aside",
-               .help = "with update: keep the old file under another name and build anew"},
+               .actions = kUpdateOnly,
+               .help = "keep the old file under another name and build anew"},
 };
 
 constexpr std::array kCatalogActions = {

@@ -14,10 +14,11 @@ struct OptionSpec {
     std::string_view name{};  // without the dashes
     char shortName = 0;       // 0: has no short form
     ValueKind kind = ValueKind::none;
-    std::string_view valueName{};                // as help shows it
-    std::span<const std::string_view> values{};  // of a choice
-    bool repeatable = false;                     // otherwise the last one counts
-    std::string_view help{};                     // one sentence, no full stop
+    std::string_view valueName{};                 // as help shows it
+    std::span<const std::string_view> values{};   // of a choice
+    bool repeatable = false;                      // otherwise the last one counts
+    std::span<const std::string_view> actions{};  // that it goes with; none: any
+    std::string_view help{};                      // one sentence, no full stop
 };
 
 // A fixed word behind the command: "get" of "settings get KEY".

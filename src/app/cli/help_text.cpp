@@ -61,8 +61,9 @@ std::string formOf(const ActionSpec& action) {
 }
 
 std::string helpOf(const OptionSpec& option) {
-    if (option.values.empty()) return std::string(option.help);
-    return fmt::format("{}; one of {}", option.help, fmt::join(option.values, ", "));
+    std::string help(option.help);
+    if (!option.values.empty()) help += fmt::format("; one of {}", fmt::join(option.values, ", "));
+    return option.actions.empty() ? help : fmt::format("with {}: {}", fmt::join(option.actions, ", "), help);
 }
 
 std::string usageOf(const CommandSpec& command) {
