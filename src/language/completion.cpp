@@ -84,7 +84,11 @@ HalfTyped read(std::string_view line) {
 class Gatherer {
   public:
     Gatherer(const LanguageParse& language, const VariableLookups& lookups)
-        : language_(language), lookups_(lookups) {}
+        : language_(language), lookups_(lookups) {
+        for (std::size_t i = 0; i < language.sentences().size(); ++i) {
+            if (language.makesCommandOf(i)) sentences_.push_back(&language.sentences()[i]);
+        }
+    }
 
     // Follows the sentences from one to the next as the parser does.
     std::vector<std::string> nextWords(Words before) {
@@ -111,12 +115,12 @@ class Gatherer {
         std::size_t touched = 0;
         next_.clear();
         isComplete_ = false;
-        for (const SentenceTemplate& sentence : language_.sentences()) {
-            const Reach reach = reachOf(sentence, words);
+        for (const SentenceTemplate* sentence : sentences_) {
+            const Reach reach = reachOf(*sentence, words);
             touched = std::max(touched, reach.words);
             if (reach.words < words.size()) continue;
-            isComplete_ = isComplete_ || canEndAt(sentence, reach.places);
-            add(sentence, reach.places);
+            isComplete_ = isComplete_ || canEndAt(*sentence, reach.places);
+            add(*sentence, reach.places);
         }
         return touched;
     }
@@ -187,8 +191,8 @@ class Gatherer {
     // Behind what can follow in the sentence.
     void addBeginnings() {
         const std::vector<std::string> following = std::exchange(next_, {});
-        for (const SentenceTemplate& sentence : language_.sentences())
-            add(sentence, 0);
+        for (const SentenceTemplate* sentence : sentences_)
+            add(*sentence, 0);
         const auto rank = [](const std::string& word) {
             return std::find(kUsualBeginnings.begin(), kUsualBeginnings.end(), word);
         };
@@ -201,6 +205,7 @@ class Gatherer {
 
     const LanguageParse& language_;
     const VariableLookups& lookups_;
+    std::vector<const SentenceTemplate*> sentences_;  // those that do something
     std::vector<std::string> next_;
     bool isComplete_ = true;
     mutable std::map<std::string_view, bool> optional_;

@@ -55,6 +55,8 @@ class LanguageParse {
 
     const std::vector<SentenceTemplate>& sentences() const { return vocabulary_.sentences; }
     const Vocabulary& vocabulary() const { return vocabulary_; }
+    // Whether a command is made of the sentence at that place; some are only recognised in this version.
+    bool makesCommandOf(std::size_t sentence) const { return makers_[sentence] != nullptr; }
 
   private:
     struct Attempt;

@@ -55,8 +55,9 @@ class Alignment {
     Alignment(const LanguageParse& language, Words words, std::size_t unknown)
         : language_(language), words_(words), unknown_(unknown) {}
 
-    void tryOne(const SentenceTemplate& sentence) {
-        sentence_ = &sentence;
+    void tryOne(std::size_t number) {
+        number_ = number;
+        sentence_ = &language_.sentences()[number];
         goOn(0, 0, 0, false, {});
     }
     const std::optional<Suggestion>& best() const { return best_; }
@@ -100,7 +101,7 @@ class Alignment {
         if (at < unknown_) cost += static_cast<double>(unknown_ - at) * kUnexplainedWord;
         if (!explains || cost >= bestCost_) return;
         bestCost_ = cost;
-        best_ = {.text = text, .words = at, .isNew = false};
+        best_ = {.text = text, .words = at, .sentence = number_, .isNew = false};
     }
 
     std::optional<std::size_t> countTakenBy(std::string_view variable, std::size_t at) const {
@@ -118,6 +119,7 @@ class Alignment {
     const LanguageParse& language_;
     Words words_;
     std::size_t unknown_;
+    std::size_t number_ = 0;
     const SentenceTemplate* sentence_ = nullptr;
     double bestCost_ = kWorstCost;
     std::optional<Suggestion> best_;
@@ -154,8 +156,8 @@ std::string asTyped(Words words) {
 std::optional<Suggestion> nearestSentence(const LanguageParse& language, Words words, std::size_t unknown) {
     words = words.first(std::min(words.size(), kLongestLook));
     Alignment alignment(language, words, std::min({unknown, words.size(), kFarthestUnknown}));
-    for (const SentenceTemplate& sentence : language.sentences())
-        alignment.tryOne(sentence);
+    for (std::size_t i = 0; i < language.sentences().size(); ++i)
+        alignment.tryOne(i);
     auto best = alignment.best();
     if (best) best->isNew = asTyped(words.first(best->words)) != best->text;
     return best;
@@ -184,11 +186,14 @@ std::vector<UnknownStretch> unknownStretches(const QueryContainer& query, const 
         if (looks++ < kMostLooks) suggestion = nearestSentence(language, all.subspan(i), count);
         const std::size_t taken = suggestion ? std::clamp<std::size_t>(suggestion->words, 1, count) : 1;
         if (suggestion || !goesOn || stretches.back().isKnownSentence == isUnused[i])
-            stretches.push_back({.words = {}, .isKnownSentence = !isUnused[i], .suggestion = {}});
+            stretches.push_back(
+                {.words = {}, .isKnownSentence = !isUnused[i], .isNotThereYet = false, .suggestion = {}});
         auto& stretch = stretches.back();
         stretch.words.insert(stretch.words.end(), all.begin() + static_cast<std::ptrdiff_t>(i),
                              all.begin() + static_cast<std::ptrdiff_t>(i + taken));
         if (suggestion && suggestion->isNew) stretch.suggestion = suggestion->text;
+        stretch.isNotThereYet =
+            suggestion && !suggestion->isNew && !language.makesCommandOf(suggestion->sentence);
         goesOn = !suggestion;
         i += taken;
     }

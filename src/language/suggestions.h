@@ -18,8 +18,9 @@ std::size_t editDistance(std::string_view a, std::string_view b);
 
 struct Suggestion {
     std::string text;
-    std::size_t words = 0;  // how many of the typed words it would stand for
-    bool isNew = false;     // it is not what was typed
+    std::size_t words = 0;     // how many of the typed words it would stand for
+    std::size_t sentence = 0;  // its place in the language
+    bool isNew = false;        // it is not what was typed
 };
 
 // The sentence whose keywords are nearest to the beginning of the words, with what was typed in place of its
@@ -37,6 +38,7 @@ std::string asTyped(std::span<const SentenceComponent> words);
 struct UnknownStretch {
     SentenceComponents words;
     bool isKnownSentence = false;  // a sentence touched all of them, and yet it means nothing
+    bool isNotThereYet = false;    // they are a sentence that is only recognised in this version
     std::optional<std::string> suggestion;
 };
 

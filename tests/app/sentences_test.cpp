@@ -169,6 +169,10 @@ TEST_F(Sentences, ExplainAndTheDescriptionTellTheLanguage) {
     program_.setVariable("NO_COLOR", "1");
     EXPECT_EQ(program_.runOnTerminal({"explain", line}).output.find('\x1b'), std::string::npos);
 
+    EXPECT_EQ(output({"explain", "x : by sarah"}),
+              "Line: \"x : by sarah\"\nThe name holds all of: \"x\"\nNot there yet in this version: "
+              "\"by sarah\"\n");
+
     std::ifstream file(KESTRIX_DOCS "/query-language.md", std::ios::binary);
     const std::string shipped(std::istreambuf_iterator<char>(file), {});
     EXPECT_EQ(output({"help", "--language"}), shipped)

@@ -13,6 +13,16 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
+// As if every sentence of the language were built; it makes nothing.
+class EveryCommand : public CommandFactory {
+  public:
+    std::vector<std::string> commandNames() const override { return knownCommandNames(); }
+    std::shared_ptr<Command> create(const std::string&, const CommandArguments&,
+                                    const CommandFlags&) const override {
+        return nullptr;
+    }
+};
+
 class CompletionTest : public testing::Test {
   protected:
     CompletionTest() {
@@ -31,7 +41,7 @@ class CompletionTest : public testing::Test {
     }
 
     VariableLookups lookups_ = sampleLookups();
-    LanguageParse language_{makeVocabulary(shippedSentences(), {}, lookups_)};
+    LanguageParse language_{makeVocabulary(shippedSentences(), {std::make_shared<EveryCommand>()}, lookups_)};
 };
 
 TEST_F(CompletionTest, AnEmptyCommandAreaOffersFirstWordsTheMostUsualFirst) {
@@ -64,6 +74,14 @@ TEST_F(CompletionTest, WhatGoesOnComesBeforeWhatBegins) {
     EXPECT_FALSE(offers("x : in ", "bigger"));
     EXPECT_TRUE(offers("x : last 3 ", "days"));
     EXPECT_TRUE(offers("x : content y ", "is")) << "the flags of a content search may be left out";
+}
+
+TEST_F(CompletionTest, ASentenceThatDoesNothingYetIsNotOffered) {
+    EXPECT_TRUE(offers("x : ", "by"));
+    language_ =
+        LanguageParse(makeVocabulary(shippedSentences(), {std::make_shared<SizeCommandFactory>()}, lookups_));
+    EXPECT_FALSE(offers("x : ", "by"));
+    EXPECT_EQ(words("x : bigger "), Texts{"than"});
 }
 
 TEST_F(CompletionTest, UnknownWordsInBetweenDoNotHideTheSentence) {
@@ -115,7 +133,8 @@ TEST_F(CompletionTest, EveryBeginningOfALineIsAnswered) {
 TEST_F(CompletionTest, EveryKeywordOfEverySentenceIsOfferedInItsPlace) {
     lookups_.favouriteFolders = [] { return std::map<std::string, std::string>{{"downloads", "/d"}}; };
     lookups_.scripts = [] { return std::vector<std::pair<std::string, std::string>>{{"backup", "/b"}}; };
-    language_ = LanguageParse(makeVocabulary(shippedSentences(), {}, lookups_));
+    language_ =
+        LanguageParse(makeVocabulary(shippedSentences(), {std::make_shared<EveryCommand>()}, lookups_));
     std::size_t checked = 0;
     for (const SentenceTemplate& sentence : language_.sentences()) {
         SentenceTemplate part = sentence;

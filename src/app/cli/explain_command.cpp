@@ -168,13 +168,17 @@ void addCommands(const QueryContainer& query, const Clock& clock, Facts& facts) 
         facts.say("One of the two is enough: the words in the name, or the commands.");
 }
 
+std::string_view titleOf(const UnknownStretch& stretch) {
+    if (stretch.isNotThereYet) return "Not there yet in this version";
+    return stretch.isKnownSentence ? "Known, but without meaning here" : "Not known as a command";
+}
+
 void addUnknown(const QueryContainer& query, const LanguageParse& language, Facts& facts) {
     for (const UnknownStretch& stretch : unknownStretches(query, language)) {
         std::string text = facts.painted(inQuotes(asTyped(stretch.words)), Colour::error);
         if (stretch.suggestion)
             text += "; did you mean " + facts.painted(inQuotes(*stretch.suggestion), Colour::hint) + "?";
-        facts.add(stretch.isKnownSentence ? "Known, but without meaning here" : "Not known as a command",
-                  text);
+        facts.add(titleOf(stretch), text);
     }
 }
 
