@@ -165,6 +165,10 @@ std::optional<Json> Preferences::value(const std::string& key) const {
     return defaults_->find(key);
 }
 
+std::optional<Json> Preferences::registeredDefault(const std::string& key) const {
+    return defaults_->find(key);
+}
+
 bool Preferences::hasStoredValue(const std::string& key) const {
     return store_.get(key).has_value();
 }

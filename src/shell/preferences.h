@@ -45,6 +45,7 @@ class Preferences {
     // The stored value, else the registered default, else nothing.
     std::optional<nlohmann::json> value(const std::string& key) const;
     bool hasStoredValue(const std::string& key) const;
+    std::optional<nlohmann::json> registeredDefault(const std::string& key) const;
 
     void set(const std::string& key, nlohmann::json value);
     bool unset(const std::string& key);

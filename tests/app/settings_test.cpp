@@ -63,6 +63,20 @@ TEST_F(SettingsCommands, ADamagedFileIsNamedAndAFolderThatCannotBeWrittenIsOneLi
     EXPECT_NE(output({"find", "--help"}).find("Example:"), std::string::npos);
 }
 
+TEST_F(SettingsCommands, AValueThatWouldNotBeHeededIsRefused) {
+    for (const auto& [key, value] : {std::pair{"historyEnabled", "yes"},
+                                     {"historyMaxCount", "2.5"},
+                                     {"iconSizeSlider", "wide"},
+                                     {"lastSearchlocationPopupSelectedItemName", "7"}}) {
+        const Outcome outcome = program_.run({"settings", "set", key, value});
+        EXPECT_EQ(outcome.code, 2);
+        EXPECT_NE(outcome.errors.find(std::string("\"") + key + "\" is "), std::string::npos)
+            << outcome.errors;
+        EXPECT_EQ(program_.run({"settings", "unset", key}).code, 1) << key;
+    }
+    EXPECT_EQ(program_.run({"settings", "set", "iconSizeSlider", "300"}).code, 0);
+}
+
 TEST_F(SettingsCommands, WhatIsNoUtf8IsRefusedSinceItCouldNotBeNamedAgain) {
     const std::vector<std::vector<std::string>> cases = {{"settings", "set", "b\xff", "1"},
                                                          {"settings", "set", "key", "b\xff"},

@@ -354,15 +354,16 @@ constexpr std::array kCommands = {
                 .summary = "read and change the settings",
                 .description =
                     "A value is stored as what it reads as: true and false, whole numbers, numbers, "
-                    "lists as JSON, and anything else as text. get prints the default if nothing "
-                    "is stored, and exits with 1 if there is no default either.",
+                    "lists as JSON, and anything else as text; a setting with a default takes only its "
+                    "own kind. get prints the default if nothing is stored, and exits with 1 if there is "
+                    "no default either.",
                 .example = "kestrix settings set historyMaxCount 100",
                 .options = kSettingsOptions,
                 .actions = kSettingsActions},
     CommandSpec{.name = "history",
                 .summary = "the lines that were searched for",
-                .description = "find adds its line, unless --no-history is given or the setting "
-                               "historyEnabled is false.",
+                .description = "find adds its line, unless --no-history is given, the setting "
+                               "historyEnabled is false, or sentences stand in the line.",
                 .example = "kestrix history remove 3",
                 .options = kListOptions,
                 .actions = kHistoryActions,

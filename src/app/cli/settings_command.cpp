@@ -31,6 +31,28 @@ Json valueOf(std::string_view typed, bool forceText) {
     return value.is_discarded() || value.is_null() ? Json(std::string(typed)) : value;
 }
 
+bool isOfTheKind(const Json& value, const Json& registered) {
+    if (registered.is_number_float()) return value.is_number();
+    if (registered.is_number_integer()) return value.is_number_integer();
+    return value.type() == registered.type();
+}
+
+std::string_view kindOf(const Json& registered) {
+    if (registered.is_boolean()) return "true or false";
+    if (registered.is_number_integer()) return "a whole number";
+    return registered.is_number() ? "a number" : "a text, which --string makes of anything";
+}
+
+// A value of another kind would be stored and never heeded.
+Json valueFor(const std::string& key, std::string_view typed, bool forceText,
+              const Preferences& preferences) {
+    Json value = valueOf(typed, forceText);
+    const auto registered = preferences.registeredDefault(key);
+    if (!registered || isOfTheKind(value, *registered)) return value;
+    throw UsageError("the setting " + inQuotes(key) + " is " + std::string(kindOf(*registered)) + ", not " +
+                     inQuotes(typed));
+}
+
 int listSettings(Preferences& preferences, OutputWriter& output, bool json) {
     Json all = Json::object();
     for (const std::string& key : preferences.keys()) {
@@ -52,12 +74,18 @@ int listSettings(Preferences& preferences, OutputWriter& output, bool json) {
 int getSetting(Preferences& preferences, OutputWriter& output, const std::string& key, bool json) {
     const auto value = preferences.value(key);
     if (!value) {
-        complain("there is no setting " + inQuotes(key) + "; kestrix settings list shows what there is");
+        complain(inQuotes(key) + " is not set and has no default; kestrix settings list shows what there is");
         return kExitNothing;
     }
     output.append(json ? asJson(*value) : bare(*value));
     output.append('\n');
     return kExitFound;
+}
+
+int unsetSetting(Preferences& preferences, const std::string& key) {
+    if (preferences.unset(key)) return kExitFound;
+    complain("no value is stored for " + inQuotes(key) + "; kestrix settings list marks those that are");
+    return kExitNothing;
 }
 
 }  // namespace
@@ -71,9 +99,9 @@ int runSettings(const Arguments& arguments, CommandContext& context) {
     if (action == "get") return getSetting(preferences, context.output, key, arguments.has("json"));
     context.application.noteLaunch();
     demandUtf8(key, "the name of a setting");
-    if (action == "unset") return preferences.unset(key) ? kExitFound : kExitNothing;
+    if (action == "unset") return unsetSetting(preferences, key);
     demandUtf8(arguments.words[1], "a setting");
-    preferences.set(key, valueOf(arguments.words[1], arguments.has("string")));
+    preferences.set(key, valueFor(key, arguments.words[1], arguments.has("string"), preferences));
     return kExitFound;
 }
 
