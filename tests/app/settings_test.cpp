@@ -109,6 +109,8 @@ TEST_F(SettingsCommands, ListsAreKeptAndCleared) {
     EXPECT_EQ(program_.run({"ignore", "add-folder", "build"}).code, 0);
     EXPECT_EQ(program_.run({"ignore", "add-extension", ".tmp"}).code, 0);
     EXPECT_EQ(output({"ignore"}), "folder\tbuild\nextension\ttmp\n");
+    for (const char* wrong : {".", "tar.gz", "*.pdf"})
+        EXPECT_EQ(program_.run({"ignore", "add-extension", wrong}).code, 2) << wrong;
     EXPECT_EQ(program_.run({"ignore", "remove", ".tmp"}).code, 0);
     EXPECT_EQ(output({"ignore", "list"}), "folder\tbuild\n");
 

@@ -191,7 +191,7 @@ constexpr std::array kRecentsActions = {
 };
 constexpr std::array kIgnoreActions = {
     ActionSpec{"list", "", 0, 0, "what is kept out of every search"},
-    ActionSpec{"add-folder", "FOLDER", 1, 1, "keep a folder out, by its name or path"},
+    ActionSpec{"add-folder", "FOLDER", 1, 1, "keep folders of this name out"},
     ActionSpec{"add-extension", "EXTENSION", 1, 1, "keep files with this extension out"},
     ActionSpec{"remove", "TEXT", 1, 1, "take a folder or an extension off the lists"},
 };
@@ -392,8 +392,10 @@ constexpr std::array kCommands = {
                 .usualAction = "list"},
     CommandSpec{.name = "ignore",
                 .summary = "folders and extensions kept out of every search",
-                .description = "A folder is named by its bare name, which counts everywhere, or by a path. "
-                               "Upper and lower case differ here.",
+                .description =
+                    "A folder is kept out by its name, wherever one of that name lies. Of a path the "
+                    "last name counts in the same way, and so does every path that it is a part "
+                    "of. Upper and lower case differ here.",
                 .example = "kestrix ignore add-folder node_modules",
                 .options = kListOptions,
                 .actions = kIgnoreActions,

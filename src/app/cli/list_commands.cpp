@@ -156,6 +156,14 @@ int removeIgnored(std::string_view typed, IgnoreItems& ignored) {
     return kExitFound;
 }
 
+// Searches compare with what stands behind the last dot of a name, so nothing else would ever be kept out.
+void demandExtension(std::string_view typed) {
+    const std::string_view bare = typed.starts_with('.') ? typed.substr(1) : typed;
+    if (bare.empty() || bare.find_first_of("./* ") != bare.npos)
+        throw UsageError(inQuotes(typed) +
+                         " is no extension; give what stands behind the last dot, such as pdf");
+}
+
 // The favourites of a first launch are there before the list is shown or changed. Settings that cannot be
 // written can still be read.
 void noteLaunchIfPossible(Application& application) {
@@ -213,6 +221,7 @@ int runIgnore(const Arguments& arguments, CommandContext& context) {
     IgnoreItems ignored(context.application.preferences());
     if (action == "remove") return removeIgnored(text, ignored);
     demandUtf8(text, "what is ignored");
+    if (action == "add-extension") demandExtension(text);
     context.application.noteLaunch();
     if (action == "add-folder") {
         ignored.addFolder(text);
