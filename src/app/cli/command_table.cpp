@@ -408,7 +408,9 @@ constexpr std::array kCommands = {
                 .usualAction = "show"},
     CommandSpec{.name = "completions",
                 .summary = "print the completions for a shell",
-                .description = "Put the output where your shell looks for completions.",
+                .description = "Put the output where your shell looks for completions: bash as below, zsh as "
+                               "_kestrix in a folder of $fpath, fish as "
+                               "~/.config/fish/completions/kestrix.fish.",
                 .example = "kestrix completions bash > ~/.local/share/bash-completion/completions/kestrix",
                 .actions = kCompletionActions},
     CommandSpec{.name = "help",
