@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <nlohmann/json.hpp>
+#include <set>
 
 #include "tests/app/child_process.h"
 #include "tests/app/program.h"
@@ -101,6 +102,22 @@ TEST_F(CatalogCommand, ACatalogOfNamesIsGivenWordsByAnUpdate) {
     std::filesystem::rename(tree(), program_.folder().path("away"));
     EXPECT_EQ(run({"find", ": content hello", "--in", tree(), "--source", "catalog"}).output,
               tree() + "/report.txt\n");
+}
+
+// Of folders that are called alike, whose files would be called alike as well.
+TEST_F(CatalogCommand, ThoseAddedAtTheSameTimeGetFilesOfTheirOwn) {
+    std::vector<pid_t> adding;
+    for (int i = 0; i < 40; ++i) {
+        const std::string folder = program_.folder().folder(std::to_string(i) + "/photos");
+        adding.push_back(
+            program_.startSilently({"catalog", "add", folder, "--name", "photos " + std::to_string(i)}));
+    }
+    for (const pid_t process : adding)
+        ::waitpid(process, nullptr, 0);
+    std::set<std::string> files;
+    for (const auto& facts : nlohmann::json::parse(run({"catalog", "list", "--json"}).output))
+        files.insert(facts["file"].get<std::string>());
+    EXPECT_EQ(files.size(), adding.size());
 }
 
 TEST_F(CatalogCommand, WhatCannotBeDoneIsRefusedInOneLine) {

@@ -9,6 +9,8 @@
 #include "base/error.h"
 #include "base/path.h"
 #include "platform/directory.h"
+#include "platform/file_ranges_lock.h"
+#include "platform/stored_file.h"
 #include "platform/system_info.h"
 
 namespace kestrix::cli {
@@ -33,6 +35,14 @@ std::string existing(std::string_view typed) {
 EntryType typeOf(const std::string& path) {
     FileAttributes attributes;
     return readAttributes(path, true, attributes) == 0 ? attributes.type : EntryType::unknown;
+}
+
+std::optional<std::string> nameOf(const Arguments& arguments) {
+    const auto name = arguments.value("name");
+    if (!name) return std::nullopt;
+    if (name->empty()) throw UsageError("--name: an empty name names nothing");
+    demandUtf8(*name, "the name of a catalog");
+    return std::string(*name);
 }
 
 // A mirror is a file; in a folder it takes the catalog's own file name.
@@ -105,6 +115,20 @@ int updateOne(const Entry& entry, const Arguments& arguments, BuildWatch& watch,
     return report(*index, watch.run(index, chosenMode(arguments).value_or(before)), context);
 }
 
+// Two that add at the same time would see the same file name free. So one after the other: looks at what the
+// one before has entered, and has a file of its own before the next one looks.
+std::shared_ptr<ContentIndex> enter(const std::string& place, const Arguments& arguments,
+                                    Application& application) {
+    const std::string& folder = application.folders().data;
+    makeFolder(folder);
+    const FileRangesLock list(path::join(folder, "catalogs.lock"), FileRangesLock::Access::createIfMissing);
+    list.lock(0, FileRangesLock::Mode::exclusive);
+    application.settingsStore().reload();
+    ContentIndexManager& catalogs = application.catalogs();
+    catalogs.reload();
+    return catalogs.add(place, nameOf(arguments), mirrorOf(arguments, place, catalogs));
+}
+
 std::vector<Entry> entriesToUpdate(const Arguments& arguments, ContentIndexManager& catalogs) {
     if (arguments.words.empty()) {
         for (const char* option : {"set-aside", "words", "ocr"}) {
@@ -127,12 +151,8 @@ int addCatalog(const Arguments& arguments, CommandContext& context) {
         catalogs.addExistingIndex(place);
         return kExitFound;
     }
-    std::optional<std::string> name;
-    if (const auto given = arguments.value("name")) name = std::string(*given);
-    if (name && name->empty()) throw UsageError("--name: an empty name names nothing");
-    if (name) demandUtf8(*name, "the name of a catalog");
     BuildWatch watch(context);
-    const auto index = catalogs.add(place, name, mirrorOf(arguments, place, catalogs));
+    const auto index = enter(place, arguments, context.application);
     return exitCodeOf(
         watch,
         report(*index, watch.run(index, chosenMode(arguments).value_or(ContentIndexMode::off)), context));
