@@ -161,6 +161,7 @@ TEST_F(CatalogCommand, AMirrorGivesTheCatalogToAnotherHome) {
     EXPECT_EQ(run({"catalog", "add", tree(), "--mirror", mirror}).code, 0);
     EXPECT_TRUE(std::filesystem::exists(mirror));
     program_.setHome(program_.folder().path("second home"));
+    expectRefusal(run({"catalog", "add", mirror, "--words"}), {"--words goes with a folder"});
     EXPECT_EQ(run({"catalog", "add", mirror}).code, 0);
     EXPECT_EQ(find().code, 0);
     EXPECT_EQ(run({"catalog", "remove", "mirror"}).code, 0);

@@ -140,17 +140,24 @@ std::vector<Entry> entriesToUpdate(const Arguments& arguments, ContentIndexManag
     return {listedCatalogNamed(arguments.words.front(), catalogs)};
 }
 
+// A catalog that somebody else has built stays as it is.
+int takeIn(const std::string& file, const Arguments& arguments, CommandContext& context) {
+    if (path::extension(file) != ContentIndexManager::kExtension)
+        throw UsageError(inQuotes(file) + " is no folder; a catalog describes a folder or a disk");
+    for (const char* option : {"name", "mirror", "words", "ocr"}) {
+        if (arguments.has(option))
+            throw UsageError(std::string("--") + option +
+                             " goes with a folder; a catalog file keeps its own");
+    }
+    context.application.catalogs().addExistingIndex(file);
+    return kExitFound;
+}
+
 }  // namespace
 
 int addCatalog(const Arguments& arguments, CommandContext& context) {
-    ContentIndexManager& catalogs = context.application.catalogs();
     const std::string place = existing(arguments.words.front());
-    if (typeOf(place) != EntryType::directory) {
-        if (path::extension(place) != ContentIndexManager::kExtension)
-            throw UsageError(inQuotes(place) + " is no folder; a catalog describes a folder or a disk");
-        catalogs.addExistingIndex(place);
-        return kExitFound;
-    }
+    if (typeOf(place) != EntryType::directory) return takeIn(place, arguments, context);
     BuildWatch watch(context);
     const auto index = enter(place, arguments, context.application);
     return exitCodeOf(
