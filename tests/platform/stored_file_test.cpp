@@ -58,6 +58,9 @@ TEST(StoredFile, AFileIsReadWholeAMissingOneIsNoneAndAnythingElseThrows) {
     EXPECT_EQ(readWholeFile(folder.path("absent")), std::nullopt);
     EXPECT_FALSE(readWholeFile("/proc/self/mountinfo")->empty()) << "a file that tells no size";
     EXPECT_EQ(failureOf(folder.path(), [&] { readWholeFile(folder.path()); }), EISDIR);
+    ASSERT_EQ(::mkfifo(folder.path("pipe").c_str(), 0600), 0);
+    EXPECT_EQ(failureOf("pipe", [&] { readWholeFile(folder.path("pipe")); }), EINVAL) << "and does not wait";
+    EXPECT_EQ(failureOf("/dev/zero", [] { readWholeFile("/dev/zero"); }), EINVAL);
 }
 
 TEST(StoredFile, AReplacementKeepsTheModeAndLeavesNothingBesideIt) {

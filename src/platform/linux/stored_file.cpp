@@ -28,6 +28,10 @@ Descriptor openOrThrow(const std::string& path, int flags, std::string_view acti
     return file;
 }
 
+[[noreturn]] void throwNoPlainFile(const std::string& action, const std::string& path) {
+    throw Error(kPosixDomain, EINVAL, "cannot " + action + " " + path + ": it is no plain file");
+}
+
 void writeAll(const Descriptor& file, std::string_view bytes, const std::string& path) {
     while (!bytes.empty()) {
         const ssize_t written = retrying([&] { return ::write(file.get(), bytes.data(), bytes.size()); });
@@ -133,9 +137,7 @@ void inheritOwnership(const std::string& path, const Descriptor& successor) {
     }
     // A pipe or a device must not turn into a file.
     if (S_ISDIR(status.st_mode)) throwError("replace", path, EISDIR);
-    if (!S_ISREG(status.st_mode)) {
-        throw Error(kPosixDomain, EINVAL, "cannot replace " + path + ": it is no plain file");
-    }
+    if (!S_ISREG(status.st_mode)) throwNoPlainFile("replace", path);
     [[maybe_unused]] const int mayFail = ::fchown(successor.get(), status.st_uid, status.st_gid);
     if (::fchmod(successor.get(), status.st_mode & 07777) != 0) throwError("replace", path, errno);
 }
@@ -147,14 +149,16 @@ bool isFolder(const std::string& path) {
 
 }  // namespace
 
+// Opened without waiting: a pipe would keep the caller until somebody writes into it.
 std::optional<std::string> readWholeFile(const std::string& path) {
-    Descriptor file(retrying([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC); }));
+    Descriptor file(retrying([&] { return ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC); }));
     if (!file.isOpen() && errno == ENOENT) return std::nullopt;
-    if (!file.isOpen()) throwError("read", path, errno);
     struct stat status;
+    if (!file.isOpen() || ::fstat(file.get(), &status) != 0) throwError("read", path, errno);
+    if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) throwNoPlainFile("read", path);
     std::string bytes;
     // The size is only a hint: files of /proc tell 0, others may grow meanwhile.
-    std::size_t room = ::fstat(file.get(), &status) == 0 ? static_cast<std::size_t>(status.st_size) + 1 : 1;
+    std::size_t room = static_cast<std::size_t>(status.st_size) + 1;
     for (std::size_t filled = 0;;) {
         bytes.resize(filled + std::max(room, kReadAtOnce));
         const ssize_t got =
