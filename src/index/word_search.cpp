@@ -44,10 +44,21 @@ class FoundDocuments {
     std::size_t tidy_ = 0;
 };
 
+// Accents alone, or nothing at all: a finder finds every other text in itself.
+bool foldsToNothing(std::string_view text) {
+    if (!text.empty() && static_cast<unsigned char>(text.front()) < 0x80) return false;
+    return !text::TextFinder(text, text::TextFinder::Case::ignored).isIn(text);
+}
+
+// No stored word is the one that such a piece stands in.
+bool isUnanswerable(const text::WordPiece& piece) {
+    return foldsToNothing(piece.word) || text::characterCount(piece.word) > text::kLongestWord;
+}
+
 // One sought text, and what the words tell of it.
 class SoughtText {
   public:
-    SoughtText(const std::string& text, bool wholeWords, bool doubted) {
+    SoughtText(const std::string& text, bool wholeWords, bool doubted) : isNowhere_(foldsToNothing(text)) {
         const auto pieces = text::wordPieces(text);
         const bool isOne = pieces.size() == 1;
         // Symbols at the ends of a word are not stored, and beside one a word is no whole one.
@@ -55,8 +66,7 @@ class SoughtText {
             isOne && !doubted && !wholeWords && !pieces[0].isTrimmed && text.size() == pieces[0].word.size();
         for (std::size_t i = 0; i < pieces.size(); ++i) {
             const text::WordPiece& piece = pieces[i];
-            // No stored word is the one that such a piece stands in.
-            if (piece.word.empty() || text::characterCount(piece.word) > text::kLongestWord) {
+            if (isUnanswerable(piece)) {
                 isExact_ = false;
                 continue;
             }
@@ -67,7 +77,7 @@ class SoughtText {
         found_.resize(patterns_.size());
     }
 
-    bool isOpen() const { return patterns_.empty(); }
+    bool isOpen() const { return patterns_.empty() && !isNowhere_; }
     bool isExact() const { return isExact_; }
 
     // `lists` decodes the containers of the word when it is first asked.
@@ -110,6 +120,7 @@ class SoughtText {
         return both;
     }
 
+    const bool isNowhere_;  // in no document
     bool isExact_ = false;
     std::deque<WordPattern> patterns_;
     std::vector<FoundDocuments> found_;
@@ -208,14 +219,18 @@ bool WordPattern::matches(std::string_view storedWord) const {
     text::TextFinder::Occurrences occurrences(finder_, storedWord);
     auto found = occurrences.next();
     if (!found) return false;
+    // Accents in front belong to the space before the word.
+    const auto isAtBeginning = [&](const text::Stretch& stretch) {
+        return stretch.start == 0 || foldsToNothing(storedWord.substr(0, stretch.start));
+    };
     const auto isBounded = [&](const text::Stretch& stretch) {
         return !bounded_ || isWholeWord({stretch.start, stretch.end - stretch.start}, storedWord);
     };
     switch (place_) {
         case Place::whole:
-            return found->start == 0 && found->end == storedWord.size();
+            return isAtBeginning(*found) && found->end == storedWord.size();
         case Place::beginning:
-            return found->start == 0 && isBounded(*found);
+            return isAtBeginning(*found) && isBounded(*found);
         case Place::end:
             return standsAtEnd(storedWord);
         case Place::anywhere:

@@ -4,6 +4,10 @@
 // ends. So a single word is answered for certain, and of everything else - several words in a row, text with
 // punctuation at its ends, whole words, a search that heeds case - it is told which documents may hold it:
 // the caller reads these.
+//
+// A piece that is no word of a catalog, because it is longer than 32 characters or nothing but punctuation or
+// accents, rules no document out. Where a question has no other pieces, every document may match; while they
+// cannot be read, none is given. A document whose longer words alone hold a sought word is not told of.
 #pragma once
 
 #include <cstdint>
