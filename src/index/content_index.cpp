@@ -153,14 +153,25 @@ SimpleLMDB& ContentIndex::db() const {
     return *db_;
 }
 
-void ContentIndex::saveDocumentInfo() {
-    const Session session(*this);
-    const std::string json = documentInfo_.modify([this](DocumentInfo& info) {
+std::string ContentIndex::documentInfoToSave() {
+    return documentInfo_.modify([this](DocumentInfo& info) {
         info.suggestedTarget = targetURL();
         return toJson(info);
     });
+}
+
+void ContentIndex::saveDocumentInfo() {
+    const Session session(*this);
+    const std::string json = documentInfoToSave();
     const SimpleLMDB::Write write{kDocumentInfoKey, json};
     db().write({&write, 1});
+}
+
+void ContentIndex::startAnew() {
+    const Session session(*this);
+    const std::string json = documentInfoToSave();
+    const SimpleLMDB::Write write{kDocumentInfoKey, json};
+    db().startAnew({&write, 1});
 }
 
 void ContentIndex::loadDocumentInfo() {

@@ -152,6 +152,9 @@ class ContentIndex : public CacheVC_IndexInterface, public std::enable_shared_fr
   private:
     friend class CatalogBuild;
 
+    std::string documentInfoToSave();
+    // Nothing is left in the file but its DocumentInfo.
+    void startAnew();
     std::optional<CachingUpdatesTag> intervalTag() const;
     bool isDue(CachingUpdatesTag tag);
     // Brings the remote copy back over the local one, whatever their dates; with no remote copy there the

@@ -72,7 +72,9 @@ void ContentIndexSearch::searchContentIfNeeded(ContentIndex& index, const Conten
                                                const QueryContainer& query,
                                                SearchDataSourceDelegate& handler) {
     const SearchingCaches activity(environment_.activities);
-    const ContentIndexMode mode = index.documentInfo().lastIndexMode;
+    const DocumentInfo info = index.documentInfo();
+    // A dirty catalog lacks the words of files that it knows.
+    const ContentIndexMode mode = info.isDirty ? ContentIndexMode::off : info.lastIndexMode;
     NameScanCalls calls = callsOf(handler);
     const bool isAnswered = mode != ContentIndexMode::off &&
                             searchForContent(index, content, query, handler.wantsInvisibleItems(), calls);

@@ -7,6 +7,7 @@ import glob
 import json
 import os
 import random
+import shutil
 import signal
 import subprocess
 import sys
@@ -145,6 +146,26 @@ class Documents(unittest.TestCase):
         self.build("update", "tree")
         self.assertEqual(self.failed(), {})
         self.assertEqual(len(self.found(': content "needle"', "catalog")), 1000)
+
+    def test_a_mirror_of_names_gets_its_words_also_when_that_was_stopped(self):
+        self.write_many(1000)
+        mirror = self.tree + "-mirror"
+        self.build("add", self.tree, "--name", "names", "--mirror", mirror)
+        self.build("remove", "names")
+        for stop in (signal.SIGINT, signal.SIGKILL):
+            copy = f"{mirror}-{stop}"
+            shutil.copy(mirror, copy)
+            build = self.start("catalog", "add", self.tree, "--words", "--mirror", copy)
+            while not helpers_of(build):
+                self.assertIsNone(build.poll())
+            build.send_signal(stop)
+            build.communicate()
+            self.assertEqual(len(self.found(': content "needle"', "catalog")), 1000)
+            self.build("update", "tree")
+            os.rename(self.tree, self.tree + "-away")
+            self.assertEqual(len(self.found(': content "needle"', "catalog")), 1000)
+            os.rename(self.tree + "-away", self.tree)
+            self.build("remove", "tree")
 
     def test_documents_that_grow_or_are_replaced_while_they_are_read_are_right_after_the_next_update(self):
         self.write_many(200)

@@ -118,6 +118,26 @@ TEST_F(WordIndexTest, AnUpdateReadsWhatIsNewAndForgetsWhatChanged) {
     EXPECT_EQ(index->loadDeadIds().size(), 1U);
 }
 
+// A catalog of names, or a mirror that was one, is to hold words from now on.
+TEST_F(WordIndexTest, FilesKnownByNameGetTheirWordsAlsoAfterABuildWasStopped) {
+    folder.file("tree/a.txt", "red");
+    folder.file("tree/b.txt", "red");
+    for (const std::optional<std::string>& remote : {std::optional<std::string>(), {folder.path("copy")}}) {
+        std::filesystem::remove(file);
+        makeIndex(remote)->build({target}, true, ContentIndexMode::off);
+        const auto stopped = makeIndex(remote);
+        clock.onTick = [&] { stopped->cancelBuild(); };
+        EXPECT_TRUE(stopped->build({target}, true, ContentIndexMode::textDocuments).canceled);
+        clock.onTick = nullptr;
+        const auto index = makeIndex(remote);
+        EXPECT_EQ(index->refresh(true).fault, std::nullopt);
+        EXPECT_FALSE(index->documentInfo().isDirty);
+        const ContentIndex::Session session(*index);
+        EXPECT_EQ(documentsWith(*index, "red").size(), 2U);
+        EXPECT_EQ(faults(), Faults());
+    }
+}
+
 // More different words than are gathered at once: the document's containers are written several times.
 TEST_F(WordIndexTest, ADocumentOfVeryManyWordsKeepsItsCounts) {
     std::string text = "often early";

@@ -99,22 +99,27 @@ ContentIndex::BuildOutcome CatalogBuild::run(const std::vector<std::string>& ite
 void CatalogBuild::prepare() {
     const ContentIndexEnvironment& environment = index_.environment_;
     const DocumentInfo before = index_.documentInfo();
-    modeBefore_ = before.lastIndexMode;
     progress_ =
         std::make_unique<BuildProgress>(environment.activities, environment.clock, index_.displayName(),
                                         before.numberOfFSItems, [index = index_.weak_from_this()] {
                                             if (const auto held = index.lock()) held->cancelBuild();
                                         });
-    if (before.isDirty) index_.db().empty();
     const auto target = index_.targetURL();
     const DiskKey disk = target ? environment.disks.keyForDisk(*target) : DiskKey();
+    const bool knowsFilesByName = before.lastIndexMode == ContentIndexMode::off && !before.isDirty &&
+                                  index_.db().get("", childrenKey(kNoParent));
+    lacksWords_ = knowsFilesByName && mode_ != ContentIndexMode::off;
     index_.documentInfo_.modify([&](DocumentInfo& info) {
         info.lastIndexMode = mode_;
         info.lastUpdated = secondsSince2001(environment.clock.now());
-        info.isDirty = false;
+        info.isDirty = lacksWords_;
         if (!disk.isNone()) info.diskKey = std::string(disk.text());
     });
-    index_.saveDocumentInfo();
+    if (before.isDirty) {
+        index_.startAnew();
+    } else {
+        index_.saveDocumentInfo();
+    }
 }
 
 void CatalogBuild::walk(const std::vector<std::string>& items) {
@@ -128,9 +133,7 @@ void CatalogBuild::walk(const std::vector<std::string>& items) {
         index_.db(), index_.environment_.clock,
         options_.group.value_or(hasWords ? kGroupWithWords : GroupWriter::Bounds()));
     if (hasWords) prepareWords();
-    // A catalog that held names alone knows files whose words nobody has read.
-    const bool wantsAllFiles = mode_ == ContentIndexMode::ocrAndTextDocuments ||
-                               (modeBefore_ == ContentIndexMode::off && mode_ != ContentIndexMode::off);
+    const bool wantsAllFiles = mode_ == ContentIndexMode::ocrAndTextDocuments || lacksWords_;
     TreeUpdate::Rules rules{.notesDead = mode_ != ContentIndexMode::off,
                             .wantsNewFiles = hasWords,
                             .wantsAllFiles = hasWords && wantsAllFiles};
@@ -243,7 +246,9 @@ void CatalogBuild::finish() {
     }
     index_.documentInfo_.modify([&](DocumentInfo& info) {
         info.lastUpdated = secondsSince2001(index_.environment_.clock.now());
-        if (!outcome_.canceled) info.numberOfFSItems = update_->files();
+        if (outcome_.canceled) return;
+        info.numberOfFSItems = update_->files();
+        info.isDirty = false;
     });
     if (!outcome_.canceled) index_.saveDocumentInfo();
 }
@@ -260,6 +265,22 @@ void CatalogBuild::mirror(bool alwaysMirror) {
         index_.mirrorIfNeeded(alwaysMirror);
     } else if (remote) {
         index_.takeMirror(*remote);
+        keepWish();
+    }
+}
+
+// The copy that came back may hold less than this build was to add, which nobody would ask for again.
+void CatalogBuild::keepWish() {
+    const DocumentInfo taken = index_.documentInfo();
+    if (taken.lastIndexMode >= mode_) return;
+    index_.documentInfo_.modify([&](DocumentInfo& info) {
+        info.isDirty = info.lastIndexMode == ContentIndexMode::off;
+        info.lastIndexMode = mode_;
+    });
+    try {
+        index_.saveDocumentInfo();
+    } catch (const Error& error) {
+        fail(error);
     }
 }
 

@@ -45,12 +45,15 @@ class CatalogBuild {
     void flush();
     void finish();
     void mirror(bool alwaysMirror);
+    void keepWish();
     void fail(const Error& error);
 
     ContentIndex& index_;
     const Options options_;
     ContentIndexMode mode_ = ContentIndexMode::off;
-    ContentIndexMode modeBefore_ = ContentIndexMode::off;
+    // The file knows files whose words nobody has read. Until all are read it is dirty: a build that is
+    // stopped leaves nothing that would tell which ones.
+    bool lacksWords_ = false;
     ContentIndex::BuildOutcome outcome_;
     std::unique_ptr<BuildProgress> progress_;
     std::unique_ptr<GroupWriter> writer_;

@@ -276,21 +276,27 @@ void SimpleLMDB::keyValuesWith(
     scan(prefix, batchSize, keep, handOver);
 }
 
+namespace {
+
+void addTo(const LMDBTransaction& transaction, const LMDBFile& file,
+           std::span<const SimpleLMDB::Write> writes) {
+    // One cursor for all: with ascending keys it mostly stays in its page.
+    const CursorPointer cursor = cursorOf(file, transaction.get());
+    for (const SimpleLMDB::Write& one : writes) {
+        MDB_val key = valOf(one.key);
+        MDB_val value = valOf(one.value.value_or(std::string_view()));
+        const int result = one.value ? mdb_cursor_put(cursor.get(), &key, &value, 0)
+                                     : mdb_del(transaction.get(), file.database(), &key, nullptr);
+        if (result != MDB_NOTFOUND) file.check(result);
+    }
+}
+
+}  // namespace
+
 void SimpleLMDB::write(std::span<const Write> writes) {
     const Writing writing(*state_);
-    const LMDBFile& file = writing.file();
-    LMDBTransaction transaction(file, 0);
-    {
-        // One cursor for all: with ascending keys it mostly stays in its page.
-        const CursorPointer cursor = cursorOf(file, transaction.get());
-        for (const Write& one : writes) {
-            MDB_val key = valOf(one.key);
-            MDB_val value = valOf(one.value.value_or(std::string_view()));
-            const int result = one.value ? mdb_cursor_put(cursor.get(), &key, &value, 0)
-                                         : mdb_del(transaction.get(), file.database(), &key, nullptr);
-            if (result != MDB_NOTFOUND) file.check(result);
-        }
-    }
+    LMDBTransaction transaction(writing.file(), 0);
+    addTo(transaction, writing.file(), writes);
     transaction.commit();
 }
 
@@ -312,10 +318,11 @@ void SimpleLMDB::deleteValue(std::string_view group, std::string_view key) {
     write(std::span(&gone, 1));
 }
 
-void SimpleLMDB::empty() {
+void SimpleLMDB::startAnew(std::span<const Write> writes) {
     const Writing writing(*state_);
     LMDBTransaction transaction(writing.file(), 0);
     writing.file().check(mdb_drop(transaction.get(), writing.file().database(), 0));
+    addTo(transaction, writing.file(), writes);
     transaction.commit();
 }
 

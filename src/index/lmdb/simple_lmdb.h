@@ -118,8 +118,9 @@ class SimpleLMDB {
     void write(std::span<const Write> writes);
     void put(std::span<const ValueGroupKey> values);
     void deleteValue(std::string_view group, std::string_view key);
-    // Deletes all keys. The file keeps its size, for what comes next.
-    void empty();
+    // Deletes all keys and writes these, in one transaction too. The file keeps its size, for what comes
+    // next.
+    void startAnew(std::span<const Write> writes);
 
     // Takes the builder's lock. False if another process, or another object of this one, builds in this file.
     // It is given back by endBuilding, by close and by the end of the process.
