@@ -128,7 +128,7 @@ struct DocumentInfo {
     static constexpr double kDistantPast = -63'114'076'800.0;  // the year 1
 
     std::optional<std::string> suggestedTarget;   // the target's path; a file URL in the file
-    double lastUpdated = kDistantPast;            // when the last build started, then when it ended
+    double lastUpdated = kDistantPast;            // when the last build started, then its last look at files
     std::optional<std::int64_t> numberOfFSItems;  // files seen by the last finished build
     ContentIndexMode lastIndexMode = ContentIndexMode::off;
     bool isDirty = false;  // the next build starts from a new file
@@ -138,7 +138,8 @@ struct DocumentInfo {
 };
 
 std::string toJson(const DocumentInfo& info);
-// Throws Error if the text is no such object or a key that must be there is missing or ill-typed.
+// Throws Error if the text is no such object or a key that must be there is missing or ill-typed. A date that
+// no clock ever told counts as the distant past.
 DocumentInfo documentInfoFromJson(std::string_view json);
 
 // "file:///home/ada/My%20Files/" for a folder; and back, also without the trailing slash. Nothing if the text

@@ -56,6 +56,21 @@ TEST_F(GroupWriterTest, KeepsEveryItemOfManyGroupsInFullPages) {
     EXPECT_EQ(next.nextID(), 40'001U);
 }
 
+TEST_F(GroupWriterTest, WhatIsLeftOutLeavesWhatItWasToReplace) {
+    GroupWriter writer(db, clock, {});
+    for (int i = 0; i < 3; ++i)
+        writer.add(itemOf(writer.nextID(), "name"));
+    writer.flush();
+    for (const FSItemID old : {1U, 2U})
+        writer.replace(itemOf(old, "name"), itemOf(writer.nextID(), "name"), true);
+    writer.leaveOut({4});
+    writer.flush();
+    EXPECT_EQ(stored(), (std::set<FSItemID>{1, 3, 5}));
+    EXPECT_EQ(unpackChildList(*db.get("", childrenKey(1))), (std::vector<FSItemID>{1, 3, 5}));
+    EXPECT_EQ(writer.deadDocuments(), std::vector<FSItemID>{2});
+    EXPECT_EQ(writer.itemsAdded(), 4);
+}
+
 TEST_F(GroupWriterTest, AGroupIsDueASecondAfterItsFirstChange) {
     GroupWriter writer(db, clock, {});
     for (int group = 0; group < 2; ++group) {

@@ -10,6 +10,7 @@
 #include "index/failed_files.h"
 #include "index/word_container.h"
 #include "index/word_search.h"
+#include "platform/stored_file.h"
 #include "search/content_words.h"
 #include "tests/index/catalog_fixture.h"
 
@@ -134,6 +135,34 @@ TEST_F(WordIndexTest, FilesKnownByNameGetTheirWordsAlsoAfterABuildWasStopped) {
         EXPECT_FALSE(index->documentInfo().isDirty);
         const ContentIndex::Session session(*index);
         EXPECT_EQ(documentsWith(*index, "red").size(), 2U);
+        EXPECT_EQ(faults(), Faults());
+    }
+}
+
+// Stored dates are whole seconds: a change within the same one, during the build or after it.
+TEST_F(WordIndexTest, AFileThatChangesTwiceInASecondIsSeenAsItIsInTheEnd) {
+    constexpr std::int64_t kSecond = 1'600'000'000;
+    const auto changeTo = [&](const std::string& text, std::uint32_t milliseconds) {
+        setModificationDate(folder.file("tree/a.txt", text), {kSecond, milliseconds * 1'000'000});
+    };
+    for (const ContentIndexMode mode : {ContentIndexMode::off, ContentIndexMode::textDocuments}) {
+        std::filesystem::remove(file);
+        const auto index = makeIndex();
+        const ContentIndex::Session session(*index);
+        const auto holds = [&](const std::string& text) {
+            const bool hasWord = mode == ContentIndexMode::off || documentsWith(*index, text).size() == 1;
+            return hasWord && contentsOf(*index)["a.txt"].size == static_cast<std::int64_t>(text.size());
+        };
+        clock.setWallTime(WallTime(std::chrono::milliseconds(kSecond * 1000 + 300)));
+        changeTo("red", 290);
+        clock.atTick(4, [&] { changeTo("blue", 300); });  // listed, and not written yet
+        index->build({target}, false, mode);
+        EXPECT_TRUE(holds("blue"));
+        changeTo("green", 500);
+        clock.advance(Seconds(10));
+        index->build({target}, false, mode);
+        EXPECT_TRUE(holds("green"));
+        EXPECT_EQ(index->build({target}, false, mode).written, 0);
         EXPECT_EQ(faults(), Faults());
     }
 }

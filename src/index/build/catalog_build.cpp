@@ -99,6 +99,7 @@ ContentIndex::BuildOutcome CatalogBuild::run(const std::vector<std::string>& ite
 void CatalogBuild::prepare() {
     const ContentIndexEnvironment& environment = index_.environment_;
     const DocumentInfo before = index_.documentInfo();
+    lookedAt_ = before.lastUpdated;
     progress_ =
         std::make_unique<BuildProgress>(environment.activities, environment.clock, index_.displayName(),
                                         before.numberOfFSItems, [index = index_.weak_from_this()] {
@@ -136,7 +137,8 @@ void CatalogBuild::walk(const std::vector<std::string>& items) {
     const bool wantsAllFiles = mode_ == ContentIndexMode::ocrAndTextDocuments || lacksWords_;
     TreeUpdate::Rules rules{.notesDead = mode_ != ContentIndexMode::off,
                             .wantsNewFiles = hasWords,
-                            .wantsAllFiles = hasWords && wantsAllFiles};
+                            .wantsAllFiles = hasWords && wantsAllFiles,
+                            .lookedAt = lookedAt_};
     if (failed_) rules.wantedAgain = failed_->toReadAgain();
     update_ = std::make_unique<TreeUpdate>(*writer_, std::move(rules), index_.shouldCancel_);
     TreeWalk walk(items, index_.environment_.disks, index_.environment_.clock, index_.shouldCancel_);
@@ -148,6 +150,7 @@ void CatalogBuild::walk(const std::vector<std::string>& items) {
         progress_->seen(update_->files());
     }
     flush();
+    lookAgain();
     progress_->tell(update_->files());
     for (const auto& [start, attributes] : startsSeen_)
         checkStillThere(start, attributes);
@@ -210,6 +213,14 @@ FSItemID CatalogBuild::makeParent(FSItemID parent, const std::string& name, FSIt
     return id;
 }
 
+// The description keeps when this was, which is what the next build must know (tree_update.h).
+void CatalogBuild::lookAgain() {
+    lookedAt_ = secondsSince2001(index_.environment_.clock.now());
+    update_->lookAgain();
+    if (words_) words_->read(update_->takeFilesToRead());
+    flush();
+}
+
 // A disk that is taken away in the middle looks like many folders that have gone.
 void CatalogBuild::checkStillThere(const std::string& start, const FileAttributes& before) const {
     FileAttributes now;
@@ -240,17 +251,17 @@ void CatalogBuild::flush() {
 
 void CatalogBuild::finish() {
     outcome_.canceled = index_.shouldCancel_;
-    if (failed_ && !outcome_.canceled) {
+    if (outcome_.canceled) return;
+    if (failed_) {
         failed_->forgetGone();
         failed_->save();
     }
     index_.documentInfo_.modify([&](DocumentInfo& info) {
-        info.lastUpdated = secondsSince2001(index_.environment_.clock.now());
-        if (outcome_.canceled) return;
+        info.lastUpdated = lookedAt_;
         info.numberOfFSItems = update_->files();
         info.isDirty = false;
     });
-    if (!outcome_.canceled) index_.saveDocumentInfo();
+    index_.saveDocumentInfo();
 }
 
 // What the build leaves goes to the other copy; after a cancel the last good state comes back from there.

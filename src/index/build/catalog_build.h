@@ -40,6 +40,7 @@ class CatalogBuild {
     void startAt(const ListedFolder& folder);
     TreeUpdate::Place placeOf(const std::string& path);
     FSItemID makeParent(FSItemID parent, const std::string& name, FSItemID replaced);
+    void lookAgain();
     void checkStillThere(const std::string& start, const FileAttributes& before) const;
     void prepareWords();
     void flush();
@@ -54,6 +55,8 @@ class CatalogBuild {
     // The file knows files whose words nobody has read. Until all are read it is dirty: a build that is
     // stopped leaves nothing that would tell which ones.
     bool lacksWords_ = false;
+    double lookedAt_ =
+        DocumentInfo::kDistantPast;  // at the files: the build before, then this one at its end
     ContentIndex::BuildOutcome outcome_;
     std::unique_ptr<BuildProgress> progress_;
     std::unique_ptr<GroupWriter> writer_;

@@ -117,6 +117,12 @@ void GroupWriter::remove(const FSItemView& item, bool dead) {
     if (dead) dead_.push_back(item.fsid);
 }
 
+void GroupWriter::replace(const FSItemView& old, const FSItemView& item, bool dead) {
+    remove(old, dead);
+    add(item);
+    replaced_.emplace(item.fsid, old.fsid);
+}
+
 bool GroupWriter::isDue() const {
     if (isEmpty()) return false;
     return items_.size() >= bounds_.mostItems || clock_.steadyNow() - began_ >= bounds_.longest;
@@ -139,12 +145,20 @@ void GroupWriter::writeAhead(std::span<const SimpleLMDB::Write> more) {
 
 void GroupWriter::leaveOut(const std::unordered_set<FSItemID>& files) {
     if (files.empty()) return;
-    const auto isOne = [&files](FSItemID id) { return files.contains(id); };
-    const auto left =
-        std::erase_if(items_, [&](const Record& record) { return record.length > 0 && isOne(record.id); });
+    std::unordered_set<FSItemID> staying;
+    for (const auto& [id, old] : replaced_)
+        if (files.contains(id)) staying.insert(old);
+    const auto isLeftOut = [&files](FSItemID id) { return files.contains(id); };
+    const auto stays = [&staying](FSItemID id) { return staying.contains(id); };
+    const auto left = std::erase_if(
+        items_, [&](const Record& record) { return record.length > 0 && isLeftOut(record.id); });
     itemsAdded_ -= static_cast<std::int64_t>(left);
-    for (auto& [parent, changes] : children_)
-        std::erase_if(changes.added, isOne);
+    std::erase_if(items_, [&](const Record& record) { return record.length == 0 && stays(record.id); });
+    for (auto& [parent, changes] : children_) {
+        std::erase_if(changes.added, isLeftOut);
+        std::erase_if(changes.removed, stays);
+    }
+    std::erase_if(dead_, stays);
 }
 
 std::vector<FSItemID> GroupWriter::deadDocuments() const {
@@ -253,6 +267,7 @@ void GroupWriter::clear() {
     children_.clear();
     goneFolders_.clear();
     dead_.clear();
+    replaced_.clear();
 }
 
 }  // namespace kestrix

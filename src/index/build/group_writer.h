@@ -49,7 +49,9 @@ class GroupWriter {
     // Writes `more` before the group, with the identifier counter: no identifier that it speaks of is given
     // again, also if the group is lost.
     void writeAhead(std::span<const SimpleLMDB::Write> more);
-    // Takes new files out of the group, as if they had not been met.
+    // Both for a file that changed: `item` takes the place of `old` in the same folder.
+    void replace(const FSItemView& old, const FSItemView& item, bool dead);
+    // Takes new files out of the group, as if they had not been met: what one was to replace stays.
     void leaveOut(const std::unordered_set<FSItemID>& files);
     // Removed documents: those of the file and those of the group.
     std::vector<FSItemID> deadDocuments() const;
@@ -91,6 +93,7 @@ class GroupWriter {
     std::unordered_map<FSItemID, Children> children_;
     std::vector<FSItemID> goneFolders_;  // their lists of children go too
     std::vector<FSItemID> dead_;
+    std::unordered_map<FSItemID, FSItemID> replaced_;  // new ones, and what they replace
     SteadyTime began_;
     std::int64_t itemsAdded_ = 0;
 };

@@ -8,6 +8,24 @@
 
 namespace kestrix {
 
+namespace {
+
+// A file system may keep no finer dates than this.
+constexpr double kCoarsestDate = 2.0;
+// Where it does, a change is dated by a clock that ticks every hundredth of a second.
+constexpr double kCoarsestTick = 0.02;
+
+double secondsSince2001(const Timestamp& date) {
+    return static_cast<double>(date.seconds - kSecondsFrom1970To2001) + date.nanoseconds * 1e-9;
+}
+
+// How much earlier than it happened a change may be dated.
+double slackOf(const Timestamp& date) {
+    return date.nanoseconds == 0 ? kCoarsestDate : kCoarsestTick;
+}
+
+}  // namespace
+
 TreeUpdate::TreeUpdate(GroupWriter& writer, Rules rules, const std::atomic<bool>& stop)
     : writer_(writer), rules_(std::move(rules)), stop_(stop) {}
 
@@ -60,26 +78,63 @@ void TreeUpdate::takeFile(const ListedFile& file, FSItemID parent, const ListedF
                           const SimpleLMDB::Snapshot& snapshot) {
     ++files_;
     const FSItemView* stored = stored_.take(file.name);
-    const bool isChanged = stored && (stored->type != FSItemType::file ||
-                                      differsFromStored(file.modified, stored->modificationDate));
-    if (isChanged) remove(*stored, snapshot);
-    const bool isNew = !stored || isChanged;
-    const FSItemID id = isNew ? writer_.nextID() : stored->fsid;
-    if (isNew) {
-        writer_.add({.fsid = id,
-                     .parentID = parent,
-                     .type = FSItemType::file,
-                     .creationDate = creationDateToInt32(file.created),
-                     .modificationDate = dateToInt32(file.modified),
-                     .name = file.name,
-                     .version = 1,
-                     .size = static_cast<std::int64_t>(file.size)});
+    const bool wasFile = stored && stored->type == FSItemType::file;
+    if (stored && !wasFile) remove(*stored, snapshot);
+    const bool isNew = !wasFile || !isUnchanged(file, *stored, folder.listedAt);
+    const FSItemView item = isNew ? newItem(file, parent) : *stored;
+    if (isNew && wasFile) {
+        writer_.replace(*stored, item, rules_.notesDead);
+    } else if (isNew) {
+        writer_.add(item);
     }
     const bool isWanted = rules_.wantsAllFiles || (rules_.wantsNewFiles && isNew);
-    if (!isWanted && rules_.wantedAgain.empty()) return;
+    const bool isYoung =
+        secondsSince2001(file.modified) >= secondsSince2001(folder.listedAt) - kCoarsestDate;
+    if (!isWanted && !isYoung && rules_.wantedAgain.empty()) return;
     std::string path = path::join(folder.path, file.name);
+    if (isYoung) {
+        young_.push_back({item, path, file.modified});
+        young_.back().item.name = {};
+    }
     if (isWanted || rules_.wantedAgain.contains(path))
-        filesToRead_.push_back({id, std::move(path), file.size});
+        filesToRead_.push_back({item.fsid, std::move(path), file.size});
+}
+
+// A date that lies ahead is nobody's change, and must not cost a reading at each build.
+bool TreeUpdate::isUnchanged(const ListedFile& file, const FSItemView& stored, WallTime listedAt) const {
+    if (differsFromStored(file.modified, stored.modificationDate)) return false;
+    const double date = secondsSince2001(file.modified);
+    const bool isDoubtful = date >= rules_.lookedAt - slackOf(file.modified) &&
+                            date <= secondsSince2001(listedAt) + kCoarsestDate;
+    // Without words the size is all that a change can have left untrue.
+    return !isDoubtful || (!rules_.wantsNewFiles && stored.size == static_cast<std::int64_t>(file.size));
+}
+
+FSItemView TreeUpdate::newItem(const ListedFile& file, FSItemID parent) {
+    return {.fsid = writer_.nextID(),
+            .parentID = parent,
+            .type = FSItemType::file,
+            .creationDate = creationDateToInt32(file.created),
+            .modificationDate = dateToInt32(file.modified),
+            .name = file.name,
+            .version = 1,
+            .size = static_cast<std::int64_t>(file.size)};
+}
+
+// A change that the stored date shows waits for the next build; else a log would be read again at each end.
+void TreeUpdate::lookAgain() {
+    for (const YoungFile& young : std::exchange(young_, {})) {
+        if (stop_) return;
+        FileAttributes now;
+        if (readAttributes(young.path, false, now) != 0 || now.type != EntryType::file) continue;
+        const bool isSame =
+            now.modified == young.modified && static_cast<std::int64_t>(now.size) == young.item.size;
+        if (isSame || differsFromStored(now.modified, young.item.modificationDate)) continue;
+        const ListedFile file{path::lastComponent(young.path), now.size, now.modified, now.created};
+        const FSItemView item = newItem(file, young.item.parentID);
+        writer_.replace(young.item, item, rules_.notesDead);
+        if (rules_.wantsNewFiles) filesToRead_.push_back({item.fsid, young.path, now.size});
+    }
 }
 
 // Folders were stored in the order in which the walk took them, the last one first.

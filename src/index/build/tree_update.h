@@ -18,12 +18,17 @@ namespace kestrix {
 // Takes the folders of one walk in its order. A file whose date changed is taken out and added under a new
 // identifier, and so is what was a file and is a folder now, or the other way round (then with all that the
 // catalog knows below the former folder). What is gone from the disk stays. One thread.
+//
+// Stored dates are whole seconds, so a file that changes in the second in which it was looked at keeps its
+// date. Who looks once more at the end sees what changed so in the course of the build; what changes later is
+// dated at or behind that look, on disk, where dates are finer: such files the next build doubts.
 class TreeUpdate {
   public:
     struct Rules {
         bool notesDead = false;      // removed files are noted for the word index
         bool wantsNewFiles = false;  // fileToRead are gathered, of all files with wantsAllFiles
         bool wantsAllFiles = false;
+        double lookedAt = DocumentInfo::kDistantPast;   // when the build before looked last, since 2001
         std::unordered_set<std::string> wantedAgain{};  // paths of files that are gathered, new or not
     };
     struct FileToRead {
@@ -51,6 +56,9 @@ class TreeUpdate {
     // commit of it.
     void take(const ListedFolder& folder, const SimpleLMDB::Snapshot& snapshot);
 
+    // Looks again at the files that were young when they were listed. All must be in the file.
+    void lookAgain();
+
     // Takes an item out, and all below it if it is a folder.
     void remove(FSItemView item, const SimpleLMDB::Snapshot& snapshot);
 
@@ -59,7 +67,15 @@ class TreeUpdate {
     std::vector<FileToRead> takeFilesToRead() { return std::exchange(filesToRead_, {}); }
 
   private:
+    struct YoungFile {
+        FSItemView item;  // without name
+        std::string path;
+        Timestamp modified;
+    };
+
     FSItemID enter(const Place& place, const ListedFolder& folder, const SimpleLMDB::Snapshot& snapshot);
+    bool isUnchanged(const ListedFile& file, const FSItemView& stored, WallTime listedAt) const;
+    FSItemView newItem(const ListedFile& file, FSItemID parent);
     void takeFile(const ListedFile& file, FSItemID parent, const ListedFolder& folder,
                   const SimpleLMDB::Snapshot& snapshot);
     void placeFolders(const ListedFolder& folder, FSItemID parent);
@@ -70,6 +86,7 @@ class TreeUpdate {
     StoredFolder stored_;
     std::vector<Place> places_;  // of the folders to come, the next one last
     std::vector<FileToRead> filesToRead_;
+    std::vector<YoungFile> young_;
     std::int64_t files_ = 0;
     std::int64_t unreadable_ = 0;
 };

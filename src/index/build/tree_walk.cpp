@@ -50,11 +50,13 @@ struct Node {
 // One worker's share: its buffer and scratch strings.
 class Lister {
   public:
-    Lister(FolderFamilies& families, const std::atomic<bool>& stop) : families_(families), stop_(stop) {}
+    Lister(FolderFamilies& families, const Clock& clock, const std::atomic<bool>& stop)
+        : families_(families), clock_(clock), stop_(stop) {}
 
     // The children of `node` go to `children` in the order in which they are taken.
     std::unique_ptr<ListedFolder> list(const Node& node, std::list<Node>& children) {
         auto folder = std::make_unique<ListedFolder>();
+        folder->listedAt = clock_.now();
         OpenDirectory directory;
         folder->path = node.family ? path::join(node.family->path, node.name) : std::string(node.name);
         folder->errorNumber = open(node, *folder, directory);
@@ -151,6 +153,7 @@ class Lister {
     }
 
     FolderFamilies& families_;
+    const Clock& clock_;
     const std::atomic<bool>& stop_;
     DirectoryReader reader_;
     std::string childNames_;
@@ -222,7 +225,7 @@ Node* TreeWalk::State::claim() {
 }
 
 void TreeWalk::State::work() {
-    Lister lister(families, stop);
+    Lister lister(families, clock, stop);
     while (Node* node = claim()) {
         std::list<Node> children;
         auto listed = lister.list(*node, children);

@@ -35,6 +35,7 @@ struct ListedFile {
 // machines, pseudo file systems, folders named Backups.backupdb) come by like any other, and empty.
 struct ListedFolder {
     std::string path;
+    WallTime listedAt{};                    // when its reading began
     int errorNumber = 0;                    // why it could not be read, or not whole
     FileAttributes attributes;              // the type is unknown if it is not there any more
     std::vector<ListedFile> files;          // in the file system's order; what could not be asked is left out
