@@ -167,6 +167,19 @@ TEST_F(WordIndexTest, AFileThatChangesTwiceInASecondIsSeenAsItIsInTheEnd) {
     }
 }
 
+// Between the look at their folder and their reading the disk is away.
+TEST_F(WordIndexTest, FilesWhoseDiskWasTakenAwayGetTheirWordsWhenItIsBack) {
+    folder.file("tree/a.txt", "red");
+    folder.file("tree/b.txt", "red");
+    const auto index = makeIndex();
+    const ContentIndex::Session session(*index);
+    clock.atTick(4, [&] { std::filesystem::rename(target, target + "-away"); });
+    EXPECT_NE(index->build({target}, false, ContentIndexMode::textDocuments).fault, std::nullopt);
+    std::filesystem::rename(target + "-away", target);
+    build(*index);
+    EXPECT_EQ(documentsWith(*index, "red").size(), 2U);
+}
+
 // More different words than are gathered at once: the document's containers are written several times.
 TEST_F(WordIndexTest, ADocumentOfVeryManyWordsKeepsItsCounts) {
     std::string text = "often early";

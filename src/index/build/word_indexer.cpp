@@ -31,12 +31,14 @@ void WordIndexer::takeOne() {
         if (cache_.isOverfull()) drain(false);
     });
     if (!read.isLast) return;
-    if (read.error) {
-        note(read.file, *read.error);
-    } else if (read.wasBegun) {
-        failed_.forget(read.file.path);
-    } else {
+    FileAttributes now;
+    const bool isGone = read.error && readAttributes(read.file.path, true, now) != 0;
+    if (!read.wasBegun || isGone) {
         unread_.insert(read.file.id);
+    } else if (read.error) {
+        note(read.file, *read.error);
+    } else {
+        failed_.forget(read.file.path);
     }
 }
 

@@ -33,8 +33,9 @@ class WordIndexer {
 
     // As many words are gathered as shall be before the group is written.
     bool isFull() const { return cache_.isFull(); }
-    // Waits for what is being read, and writes the group with its words. New files that were not read because
-    // the build was stopped are left out.
+    // Waits for what is being read, and writes the group with its words. New files that were not read,
+    // because the build was stopped or their disk was taken away, are left out: an item without its words
+    // would never get them.
     void flush();
 
     std::int64_t newFailures() const { return newFailures_; }
