@@ -13,9 +13,6 @@ namespace {
 constexpr std::size_t kMostBytes = 8 << 20;
 constexpr std::size_t kBytesPerFolder = 120;
 
-// No sound catalog is deeper; parents of a damaged one may run in a circle.
-constexpr std::size_t kDeepest = 100'000;
-
 }  // namespace
 
 CatalogFolders::CatalogFolders(const QueryContainer& query, const std::string& target, bool invisibleItems) {
@@ -73,7 +70,7 @@ const CatalogFolders::Folder& CatalogFolders::find(FSItemID id, const SimpleLMDB
     }
     way_.clear();
     const Folder* above = &target_;
-    while (id != kNoParent && way_.size() < kDeepest) {
+    while (id != kNoParent) {
         const auto known = known_.find(id);
         if (known != known_.end()) {
             above = &known->second;
@@ -83,6 +80,8 @@ const CatalogFolders::Folder& CatalogFolders::find(FSItemID id, const SimpleLMDB
         const auto item = record ? decodeFSItem(*record) : std::nullopt;
         if (!item) break;
         way_.emplace_back(id, item->name);
+        // A folder is older than what lies in it; parents of a damaged catalog may run in a circle.
+        if (item->parentID >= id) break;
         id = item->parentID;
     }
     for (auto step = way_.rbegin(); step != way_.rend(); ++step) {

@@ -55,10 +55,11 @@ TEST_F(CatalogSearchTest, ARecordBecomesTheResultOfAnOfflineOrPresentFile) {
     FSItem inner = directory(1, 0, "hits");
     inner.modificationDate = 5;
     inner.size = 4096;
-    write(*index, {inner, file, unknown, item(12, 77, "hit of a lost folder")});
+    write(*index, {inner, file, unknown, item(12, 77, "hit of a lost folder"), directory(20, 21, "ring"),
+                   directory(21, 20, "ring"), item(22, 20, "hit in a ring")});
     auto all = results("hit");
     std::ranges::sort(all, {}, &SearchResult::path);
-    ASSERT_EQ(all.size(), 4u);
+    ASSERT_EQ(all.size(), 5u);
     EXPECT_EQ(all[0].size, 0u);
     EXPECT_EQ(all[1].path, target + "/hit of a lost folder");
     EXPECT_EQ(all[2].path, target + "/hits");
@@ -73,6 +74,7 @@ TEST_F(CatalogSearchTest, ARecordBecomesTheResultOfAnOfflineOrPresentFile) {
     EXPECT_TRUE(all[3].diskKey.isNone());
     EXPECT_EQ(all[3].searchResultSuppliedBy, SearchResultSupplier::CompactContentIndex);
     EXPECT_TRUE(all[3].strikeThroughDisplayNameIfMissing);
+    EXPECT_EQ(all[4].path, target + "/ring/hit in a ring");
     std::filesystem::remove(target);
     EXPECT_FALSE(results("hit").at(0).strikeThroughDisplayNameIfMissing);
 }
