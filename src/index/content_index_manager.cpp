@@ -72,6 +72,7 @@ struct ContentIndexManager::State : std::enable_shared_from_this<State> {
     std::vector<Entry> pick(const std::function<bool(const Entry&)>& wanted);
     std::vector<std::shared_ptr<ContentIndex>> usable();
     std::shared_ptr<ContentIndex> enter(ContentIndex::Places places, const std::optional<std::string>& name);
+    void leave(const std::string& file);
     void demandFreeName(const std::string& name);
     void save();
     void saveOrTell();
@@ -177,10 +178,25 @@ void ContentIndexManager::State::demandFreeName(const std::string& name) {
 
 std::shared_ptr<ContentIndex> ContentIndexManager::State::enter(ContentIndex::Places places,
                                                                 const std::optional<std::string>& name) {
-    const auto index = ContentIndex::newIndex(std::move(places), forCatalogs);
-    if (name) index->setDisplayName(*name);
-    entries.push_back({index->savedInfo(), index, {}});
-    return index;
+    const std::string file = places.localDBFile;
+    try {
+        if (places.remoteDBFile && exists(*places.remoteDBFile))
+            copyCatalog(*places.remoteDBFile, file, environment.mapSize);
+        const auto index = ContentIndex::newIndex(std::move(places), forCatalogs);
+        if (name) index->setDisplayName(*name);
+        entries.push_back({index->savedInfo(), index, {}});
+        return index;
+    } catch (const Error&) {
+        removeFile(file);
+        throw;
+    }
+}
+
+// As if it had never been entered: what is in no list would only keep its name from others.
+void ContentIndexManager::State::leave(const std::string& file) {
+    std::lock_guard hold(mutex);
+    std::erase_if(entries, [&file](const Entry& entry) { return entry.info.localDBFilePath == file; });
+    removeFile(file);
 }
 
 void ContentIndexManager::State::save() {
@@ -341,12 +357,15 @@ std::shared_ptr<ContentIndex> ContentIndexManager::add(const std::string& target
         const bool isTaken = std::ranges::any_of(state_->entries, [&](const Entry& entry) {
             return entry.info.displayName == suggestedCatalogName(target, state_->environment.disks);
         });
-        if (remoteDBFile && exists(*remoteDBFile))
-            copyCatalog(*remoteDBFile, file, state_->environment.mapSize);
         index = state_->enter({file, target, remoteDBFile},
                               name || !isTaken ? name : std::optional(stemOf(file)));
     }
-    save();
+    try {
+        save();
+    } catch (const Error&) {
+        state_->leave(file);
+        throw;
+    }
     return index;
 }
 

@@ -43,6 +43,17 @@ TEST_F(ManagerTest, FileNamesAreCountedUpToNinetyNine) {
     EXPECT_THROW(manager->newLocalIndex(one), Error);
 }
 
+TEST_F(ManagerTest, ACatalogThatCannotBeMadeLeavesNothingBehind) {
+    const std::string mirror = folder.path("mirror");
+    {
+        SimpleLMDB db;
+        db.open(mirror);
+        db.put(std::vector<ValueGroupKey>{{"no description", "", std::string(kDocumentInfoKey)}});
+    }
+    EXPECT_THROW(manager->add(one, std::nullopt, mirror), Error);
+    EXPECT_EQ(manager->newLocalIndex(one), folder.path("catalogs/one.kxcache"));
+}
+
 TEST_F(ManagerTest, ALocationHasTheCatalogsThatAreHoldOrLieInItsFolders) {
     manager->add(one, std::nullopt, std::nullopt);
     manager->add(deep, std::nullopt, std::nullopt);
