@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "base/calendar.h"
+#include "shell/logger.h"
 #include "shell/preferences.h"
 
 namespace kestrix {
@@ -66,7 +67,11 @@ void TimedRefreshes::startScheduldedRefreshIfNeeded() {
     if (!wanted || minuteOfDay(now) != *wanted) return;
     const std::int64_t last = preferences_.integer(kLastTime);
     if (last / 60 == now / 60) return;
-    preferences_.set(kLastTime, now);
+    try {
+        preferences_.set(kLastTime, now);
+    } catch (const Error& error) {
+        LogFunc(error.what());  // the pass may come again within this minute
+    }
     timedRefreshIndexes_ = indexes_();
     for (const auto& index : timedRefreshIndexes_)
         index->setShouldDoATimedRefresh(true);
