@@ -1,5 +1,4 @@
-#include <fmt/format.h>
-
+#include <cmath>
 #include <nlohmann/json.hpp>
 
 #include "base/error.h"
@@ -11,6 +10,9 @@ namespace kestrix {
 namespace {
 
 constexpr const char* kWhat = "the description in a catalog";
+
+// In either direction. Whole seconds of any date nearer than this can be counted on with.
+constexpr double kFarthest = 1e11;
 
 }  // namespace
 
@@ -31,6 +33,7 @@ DocumentInfo documentInfoFromJson(std::string_view json) {
     DocumentInfo info;
     info.suggestedTarget = fields.optionalPath("suggestedTarget");
     info.lastUpdated = fields.required<double>("lastUpdated");
+    if (std::abs(info.lastUpdated) > kFarthest) info.lastUpdated = DocumentInfo::kDistantPast;
     info.numberOfFSItems = fields.optional<std::int64_t>("numberOfFSItems");
     info.lastIndexMode = fields.indexMode("lastIndexMode");
     info.isDirty = fields.required<bool>("isDirty");

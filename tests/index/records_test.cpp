@@ -148,6 +148,9 @@ TEST(DocumentInfo, comesBackFromItsJson) {
               "file:///home/ada/50%25%20of%20%22%C3%A9%22%FF%20%23%3F/");
     const std::string least = R"("lastUpdated": 1, "isDirty": false)";
     EXPECT_EQ(documentInfoFromJson("{" + least + R"(, "lastIndexMode": 1, "new": []})").lastUpdated, 1);
+    EXPECT_EQ(
+        documentInfoFromJson(R"({"lastUpdated": 1e300, "isDirty": false, "lastIndexMode": 1})").lastUpdated,
+        DocumentInfo::kDistantPast);
     for (const std::string& text :
          {std::string("[]"), "{" + least + "}", "{" + least + R"(, "lastIndexMode": 3})",
           "{" + least + R"(, "lastIndexMode": 1.5})", "{" + least + R"(, "lastIndexMode": 0, "diskKey": 1})"})
