@@ -145,8 +145,8 @@ class ContentIndex : public CacheVC_IndexInterface, public std::enable_shared_fr
     void setShouldDoATimedRefresh(bool should);
 
     // Whole-file: the newer of the two copies replaces the other, written beside it, synced and renamed. A
-    // remote copy changed in the last 120 seconds is left alone unless `alwaysSync`. True if something was
-    // copied. Failures are told, not thrown.
+    // remote copy changed in the last 120 seconds is left alone unless `alwaysSync`, and a local one that is
+    // being built is not copied. True if something was copied. Failures are told, not thrown.
     bool mirrorIfNeeded(bool alwaysSync);
 
   private:

@@ -100,9 +100,9 @@ TEST_F(MirrorTest, ADamagedOrBusyCopyNeverReplacesAGoodOne) {
     EXPECT_FALSE(index->mirrorIfNeeded(false));
     EXPECT_EQ(itemsOf(file).size(), 1U);
     setDates(1000, 10);
-    {
-        const auto builder = SimpleLMDB::keepBuildersOut(remote);
-        EXPECT_FALSE(index->mirrorIfNeeded(false));
+    for (const std::string& copy : {remote, file}) {
+        const auto builder = SimpleLMDB::keepBuildersOut(copy);
+        EXPECT_FALSE(index->mirrorIfNeeded(false)) << copy;
     }
     EXPECT_TRUE(index->mirrorIfNeeded(false));
     EXPECT_EQ(itemsOf(remote).size(), 1U);

@@ -117,8 +117,12 @@ bool ContentIndex::mirrorIfNeeded(bool alwaysSync) {
         if (step == MirrorStep::remoteToLocal) return copyMirror(*remote, localDBFile_);
         // A disk that is away is no failure of a mirror that nobody asked for.
         const bool isAway = !changeDateOf(std::string(path::parent(*remote)));
-        if (step == MirrorStep::localToRemote && (alwaysSync || !isAway))
-            return copyMirror(localDBFile_, *remote);
+        if (step == MirrorStep::localToRemote && (alwaysSync || !isAway)) {
+            // A search may ask for this while someone builds: half a build must not replace the good copy.
+            if (SimpleLMDB::keepBuildersOut(localDBFile_)) return copyMirror(localDBFile_, *remote);
+            LogFunc("DB file is being built: " + localDBFile_);
+            return false;
+        }
         LogFunc(step == MirrorStep::busy ? "DB file appears busy: " + *remote : "Mirror: no sync required.");
     } catch (const Error& error) {
         LogFunc(std::string("Mirror Error: ") + error.what());

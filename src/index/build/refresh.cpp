@@ -61,6 +61,7 @@ ContentIndex::BuildOutcome ContentIndex::refresh(bool userInitiated) {
     if (!target || !mayBuild || !isTargetMounted()) return {};
     BuildOutcome outcome;
     try {
+        loadDocumentInfo();  // another process may have built since
         outcome = build({*target}, userInitiated, documentInfo().lastIndexMode);
     } catch (const Error& error) {
         tell(error);
