@@ -94,8 +94,8 @@ void TreeUpdate::takeFile(const ListedFile& file, FSItemID parent, const ListedF
     if (!isWanted && !isYoung && rules_.wantedAgain.empty()) return;
     std::string path = path::join(folder.path, file.name);
     if (isYoung) {
-        young_.push_back({item, path, file.modified});
-        young_.back().item.name = {};
+        YoungFile& young = young_[path] = {item, file.modified};
+        young.item.name = {};
     }
     if (isWanted || rules_.wantedAgain.contains(path))
         filesToRead_.push_back({item.fsid, std::move(path), file.size});
@@ -124,17 +124,17 @@ FSItemView TreeUpdate::newItem(const ListedFile& file, FSItemID parent) {
 
 // A change that the stored date shows waits for the next build; else a log would be read again at each end.
 void TreeUpdate::lookAgain() {
-    for (const YoungFile& young : std::exchange(young_, {})) {
+    for (const auto& [path, young] : std::exchange(young_, {})) {
         if (stop_) return;
         FileAttributes now;
-        if (readAttributes(young.path, false, now) != 0 || now.type != EntryType::file) continue;
+        if (readAttributes(path, false, now) != 0 || now.type != EntryType::file) continue;
         const bool isSame =
             now.modified == young.modified && static_cast<std::int64_t>(now.size) == young.item.size;
         if (isSame || differsFromStored(now.modified, young.item.modificationDate)) continue;
-        const ListedFile file{path::lastComponent(young.path), now.size, now.modified, now.created};
+        const ListedFile file{path::lastComponent(path), now.size, now.modified, now.created};
         const FSItemView item = newItem(file, young.item.parentID);
         writer_.replace(young.item, item, rules_.notesDead);
-        if (rules_.wantsNewFiles) filesToRead_.push_back({item.fsid, young.path, now.size});
+        if (rules_.wantsNewFiles) filesToRead_.push_back({item.fsid, path, now.size});
     }
 }
 

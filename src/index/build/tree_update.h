@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <string_view>
 #include <unordered_set>
@@ -69,7 +70,6 @@ class TreeUpdate {
   private:
     struct YoungFile {
         FSItemView item;  // without name
-        std::string path;
         Timestamp modified;
     };
 
@@ -86,7 +86,7 @@ class TreeUpdate {
     StoredFolder stored_;
     std::vector<Place> places_;  // of the folders to come, the next one last
     std::vector<FileToRead> filesToRead_;
-    std::vector<YoungFile> young_;
+    std::map<std::string, YoungFile> young_;  // by path, as starts may lie in each other
     std::int64_t files_ = 0;
     std::int64_t unreadable_ = 0;
 };
