@@ -139,7 +139,8 @@ class ContentIndex : public CacheVC_IndexInterface, public std::enable_shared_fr
 
     // True when a refresh is running or was started, because the catalog is older than its interval.
     bool scheduleRefreshIfNeeded();
-    // A build of the target if it is mounted, and then the manager's next one. Failures are told, not thrown.
+    // A build of the target if it is mounted and the catalog was not removed, and then the manager's next
+    // one. Failures are told, not thrown.
     BuildOutcome refresh(bool userInitiated);
     // Queued by the manager: meanwhile no other refresh is started.
     void setShouldDoATimedRefresh(bool should);

@@ -74,7 +74,7 @@ TEST_F(RefreshTest, AClockThatWasSetBackIsCaughtUpWith) {
     EXPECT_FALSE(startsAfter(CachingUpdatesTag::week, -6 * kDay));
 }
 
-TEST_F(RefreshTest, RefreshesWhatItStartedUnlessTheDiskIsAway) {
+TEST_F(RefreshTest, RefreshesWhatItStartedUnlessTheDiskOrTheCatalogIsAway) {
     folder.file("tree/new");
     index->setUpdatesEvery(CachingUpdatesTag::week);
     clock.advance(Seconds(8 * kDay));
@@ -84,6 +84,10 @@ TEST_F(RefreshTest, RefreshesWhatItStartedUnlessTheDiskIsAway) {
     std::filesystem::rename(target, target + "2");
     EXPECT_EQ(index->refresh(true).files, 0);
     EXPECT_EQ(index->documentInfo().numberOfFSItems, 2);
+    std::filesystem::rename(target + "2", target);
+    std::filesystem::remove(file);
+    EXPECT_EQ(index->refresh(true).files, 0);
+    EXPECT_FALSE(std::filesystem::exists(file));
 }
 
 }  // namespace

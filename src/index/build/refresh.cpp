@@ -58,7 +58,8 @@ void ContentIndex::setShouldDoATimedRefresh(bool should) {
 ContentIndex::BuildOutcome ContentIndex::refresh(bool userInitiated) {
     const auto target = targetURL();
     const bool mayBuild = state_ != ContentIndexLMDBState::building && !environment_.buildsEnd;
-    if (!target || !mayBuild || !isTargetMounted()) return {};
+    // A file that has gone was removed by another process, and is not made again.
+    if (!target || !mayBuild || cacheSizeOnDisk() == 0 || !isTargetMounted()) return {};
     BuildOutcome outcome;
     try {
         loadDocumentInfo();  // another process may have built since
