@@ -76,8 +76,8 @@ void ContentIndexSearch::searchContentIfNeeded(ContentIndex& index, const Conten
     // A dirty catalog lacks the words of files that it knows.
     const ContentIndexMode mode = info.isDirty ? ContentIndexMode::off : info.lastIndexMode;
     NameScanCalls calls = callsOf(handler);
-    const bool isAnswered = mode != ContentIndexMode::off &&
-                            searchForContent(index, content, query, handler.wantsInvisibleItems(), calls);
+    const bool isAnswered =
+        mode != ContentIndexMode::off && searchForContent(index, query, handler.wantsInvisibleItems(), calls);
     const ContentSearchArguments& wanted = content.arguments();
     const bool isToBeRead = !isAnswered || wanted.searchAllFiles ||
                             (wanted.useOCR && mode != ContentIndexMode::ocrAndTextDocuments);

@@ -60,10 +60,10 @@ class ContentIndexSearch : public SearchDataSource {
 void searchForFSItemNames(ContentIndex& index, const QueryContainer& query, bool invisibleItems,
                           const NameScanCalls& calls);
 
-// Hands over the documents whose words, as an open catalog keeps them, answer the query's content command:
+// Hands over the documents whose words, as an open catalog keeps them, answer the query's content commands:
 // with their rank, or, where the words leave a doubt and the document can be reached, without source, so that
 // the command reads it. False if the words rule nothing out. Throws LMDBError.
-bool searchForContent(ContentIndex& index, const ContentSearch& content, const QueryContainer& query,
-                      bool invisibleItems, const NameScanCalls& calls);
+bool searchForContent(ContentIndex& index, const QueryContainer& query, bool invisibleItems,
+                      const NameScanCalls& calls);
 
 }  // namespace kestrix

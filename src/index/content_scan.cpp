@@ -1,5 +1,6 @@
 // From the documents that the words of a catalog name to results.
 #include <algorithm>
+#include <utility>
 
 #include "index/catalog_folders.h"
 #include "index/catalog_results.h"
@@ -16,18 +17,46 @@ namespace {
 // Results made under one reader's lock, and handed over together.
 constexpr std::size_t kHitsPerLook = 512;
 
-bool isContentSearch(const std::shared_ptr<Command>& command) {
-    return dynamic_cast<const ContentSearch*>(command.get()) != nullptr;
+// Each with its own words, all of which a document must answer.
+std::vector<ContentQuestion> questionsOf(const QueryContainer& query) {
+    std::vector<ContentQuestion> questions;
+    for (const auto& command : query.commandsFoundInQuery()) {
+        const auto* content = dynamic_cast<const ContentSearch*>(command.get());
+        if (!content) continue;
+        questions.push_back({.forWords = content->wordsToSearchFor(),
+                             .excludingWords = content->wordsToExclude(),
+                             .wholeWords = content->wholeWords(),
+                             .allWords = content->allWords()});
+    }
+    // What the catalog answers no command looks at again: with several, each shall, for its own findings.
+    const bool doubted = questions.size() > 1 || query.commandOfType<CaseSensitive>();
+    for (ContentQuestion& question : questions)
+        question.doubted = doubted;
+    return questions;
 }
 
-ContentQuestion questionOf(const ContentSearch& content, const QueryContainer& query) {
-    // The catalog answers for one command; two are settled by reading.
-    const bool areSeveral = std::ranges::count_if(query.commandsFoundInQuery(), isContentSearch) > 1;
-    return {.forWords = content.wordsToSearchFor(),
-            .excludingWords = content.wordsToExclude(),
-            .wholeWords = content.wholeWords(),
-            .allWords = content.allWords(),
-            .doubted = areSeveral || query.commandOfType<CaseSensitive>() != nullptr};
+// Of one, those that stand in the other too.
+std::vector<ContentHit> inBoth(const std::vector<ContentHit>& hits, const std::vector<ContentHit>& others) {
+    std::vector<ContentHit> both;
+    for (const ContentHit& hit : hits) {
+        const auto other = std::ranges::lower_bound(others, hit.document, {}, &ContentHit::document);
+        if (other == others.end() || other->document != hit.document) continue;
+        both.push_back(hit);
+        both.back().isLikely = hit.isLikely && other->isLikely;
+    }
+    return both;
+}
+
+ContentAnswer answerTo(const QueryContainer& query, const SimpleLMDB& db,
+                       const std::function<bool()>& shouldStop) {
+    ContentAnswer answer{.hits = {}, .isOpen = true};
+    for (const ContentQuestion& question : questionsOf(query)) {
+        ContentAnswer one = searchContent(db, question, shouldStop);
+        if (one.isOpen) continue;
+        if (!answer.isOpen) one.hits = inBoth(answer.hits, one.hits);
+        answer = std::move(one);
+    }
+    return answer;
 }
 
 class HitResults {
@@ -68,12 +97,12 @@ class HitResults {
 
 }  // namespace
 
-bool searchForContent(ContentIndex& index, const ContentSearch& content, const QueryContainer& query,
-                      bool invisibleItems, const NameScanCalls& calls) {
+bool searchForContent(ContentIndex& index, const QueryContainer& query, bool invisibleItems,
+                      const NameScanCalls& calls) {
     if (Logger::shouldLog) LogFunc("Scanning the words of " + index.localDBFile());
     HitResults made(index, query, invisibleItems);
     if (!made.isInReach()) return true;
-    const ContentAnswer answer = searchContent(index.db(), questionOf(content, query), calls.shouldStop);
+    const ContentAnswer answer = answerTo(query, index.db(), calls.shouldStop);
     for (std::size_t next = 0; next < answer.hits.size() && !calls.shouldStop();) {
         const std::size_t end = std::min(answer.hits.size(), next + kHitsPerLook);
         std::vector<SearchResult> results;

@@ -100,6 +100,7 @@ class Documents(unittest.TestCase):
         os.rename(self.tree, self.tree + "-away")
         for line in lines:
             self.assertEqual(self.found(line, "catalog"), readable, line)
+        self.assertEqual(self.found(': content "yearly" content "\u010daj"', "catalog"), ["latin.html"])
         _, output, _ = self.run_kestrix("find", lines[0], "--in", self.tree, "--source", "catalog", "--format", "json")
         self.assertEqual({json.loads(record)["presence"] for record in output.splitlines()}, {"offline"})
 
