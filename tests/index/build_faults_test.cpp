@@ -127,7 +127,7 @@ TEST_F(BuildFaultsTest, ASearchDuringABuildSeesParentsWithTheirItems) {
     const auto index = makeIndex();
     const Contents disk = onDisk();
     std::atomic<bool> ended = false;
-    int looks = 0;
+    std::atomic<int> looks = 0;
     std::thread searcher([&] {
         const ContentIndex::Session session(*index);
         do {
@@ -135,6 +135,10 @@ TEST_F(BuildFaultsTest, ASearchDuringABuildSeesParentsWithTheirItems) {
                 ASSERT_TRUE(disk.contains(path)) << path;
             ++looks;
         } while (!ended);
+    });
+    clock.atTick(1, [&] {
+        while (looks == 0)
+            std::this_thread::yield();
     });
     EXPECT_FALSE(buildInGroups(*index, 3).fault);
     ended = true;
