@@ -153,28 +153,36 @@ SimpleLMDB& ContentIndex::db() const {
     return *db_;
 }
 
-std::string ContentIndex::documentInfoToSave() {
-    return documentInfo_.modify([this](DocumentInfo& info) {
+std::string ContentIndex::jsonAfter(const Change& change) {
+    return documentInfo_.modify([&](DocumentInfo& info) {
+        change(info);
         info.suggestedTarget = targetURL();
         return toJson(info);
     });
 }
 
-void ContentIndex::saveDocumentInfo() {
+void ContentIndex::changeDocumentInfo(const Change& change) {
+    std::lock_guard hold(loadOrSave_);
     const Session session(*this);
-    const std::string json = documentInfoToSave();
+    const std::string json = jsonAfter(change);
     const SimpleLMDB::Write write{kDocumentInfoKey, json};
     db().write({&write, 1});
 }
 
-void ContentIndex::startAnew() {
+void ContentIndex::startAnew(const Change& change) {
+    std::lock_guard hold(loadOrSave_);
     const Session session(*this);
-    const std::string json = documentInfoToSave();
+    const std::string json = jsonAfter(change);
     const SimpleLMDB::Write write{kDocumentInfoKey, json};
     db().startAnew({&write, 1});
 }
 
+void ContentIndex::saveDocumentInfo() {
+    changeDocumentInfo([](DocumentInfo&) {});
+}
+
 void ContentIndex::loadDocumentInfo() {
+    std::lock_guard hold(loadOrSave_);
     const Session session(*this);
     if (const auto json = db().get("", kDocumentInfoKey)) documentInfo_.set(documentInfoFromJson(*json));
 }

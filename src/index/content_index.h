@@ -153,9 +153,12 @@ class ContentIndex : public CacheVC_IndexInterface, public std::enable_shared_fr
   private:
     friend class CatalogBuild;
 
-    std::string documentInfoToSave();
-    // Nothing is left in the file but its DocumentInfo.
-    void startAnew();
+    // Both change DocumentInfo and save it, and nobody loads it in between; the second one leaves nothing
+    // else in the file.
+    using Change = std::function<void(DocumentInfo&)>;
+    void changeDocumentInfo(const Change& change);
+    void startAnew(const Change& change);
+    std::string jsonAfter(const Change& change);
     std::optional<CachingUpdatesTag> intervalTag() const;
     bool isDue(CachingUpdatesTag tag);
     // Brings the remote copy back over the local one, whatever their dates; with no remote copy there the
@@ -171,6 +174,7 @@ class ContentIndex : public CacheVC_IndexInterface, public std::enable_shared_fr
     Locked<std::optional<std::string>> targetURL_;
     Locked<std::optional<std::string>> remoteDBFile_;
     Locked<DocumentInfo> documentInfo_;
+    std::mutex loadOrSave_;                       // one at a time; taken before openLock_ and the database's
     std::atomic<std::int64_t> updatesEvery_ = 0;  // raw, as the list has it
     std::atomic<ContentIndexLMDBState> state_ = ContentIndexLMDBState::none;
     std::atomic<bool> shouldCancel_ = false;

@@ -110,16 +110,16 @@ void CatalogBuild::prepare() {
     const bool knowsFilesByName = before.lastIndexMode == ContentIndexMode::off && !before.isDirty &&
                                   index_.db().get("", childrenKey(kNoParent));
     lacksWords_ = knowsFilesByName && mode_ != ContentIndexMode::off;
-    index_.documentInfo_.modify([&](DocumentInfo& info) {
+    const auto begin = [&](DocumentInfo& info) {
         info.lastIndexMode = mode_;
         info.lastUpdated = secondsSince2001(environment.clock.now());
         info.isDirty = lacksWords_;
         if (!disk.isNone()) info.diskKey = std::string(disk.text());
-    });
+    };
     if (before.isDirty) {
-        index_.startAnew();
+        index_.startAnew(begin);
     } else {
-        index_.saveDocumentInfo();
+        index_.changeDocumentInfo(begin);
     }
 }
 
@@ -256,12 +256,11 @@ void CatalogBuild::finish() {
         failed_->forgetGone();
         failed_->save();
     }
-    index_.documentInfo_.modify([&](DocumentInfo& info) {
+    index_.changeDocumentInfo([&](DocumentInfo& info) {
         info.lastUpdated = lookedAt_;
         info.numberOfFSItems = update_->files();
         info.isDirty = false;
     });
-    index_.saveDocumentInfo();
 }
 
 // What the build leaves goes to the other copy; after a cancel the last good state comes back from there.
@@ -284,12 +283,11 @@ void CatalogBuild::mirror(bool alwaysMirror) {
 void CatalogBuild::keepWish() {
     const DocumentInfo taken = index_.documentInfo();
     if (taken.lastIndexMode >= mode_) return;
-    index_.documentInfo_.modify([&](DocumentInfo& info) {
-        info.isDirty = info.lastIndexMode == ContentIndexMode::off;
-        info.lastIndexMode = mode_;
-    });
     try {
-        index_.saveDocumentInfo();
+        index_.changeDocumentInfo([&](DocumentInfo& info) {
+            info.isDirty = info.lastIndexMode == ContentIndexMode::off;
+            info.lastIndexMode = mode_;
+        });
     } catch (const Error& error) {
         fail(error);
     }
