@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
-#include <functional>
+#include <tuple>
 #include <utility>
 
 #include "base/text.h"
@@ -83,33 +83,42 @@ std::size_t rarityOf(std::uint8_t byte) {
     return std::min(kFrequentBytes.find(static_cast<char>(byte)), kFrequentBytes.size());
 }
 
-// Gathers, of 16 bytes of a name a step, what mayMatch asks: whether each of the two bytes was there, and
-// whether one was beyond ASCII.
+// Lowering and composing turn a few other characters into these: the Kelvin sign, the capital I with a dot
+// (and, where the language is Lithuanian, those with accents), the Greek question mark and the Greek varia.
+// Every other ASCII byte comes from itself, and from nothing else that stands between it and the next one.
+bool comesFromItself(std::uint8_t byte) {
+    return byte < 0x80 && std::string_view("ki;`").find(static_cast<char>(byte)) == std::string_view::npos;
+}
+
+// Gathers, of 16 bytes of a name a step, what mayMatch asks: whether the two bytes stood side by side, or the
+// first anywhere if it is alone, and whether a byte was beyond ASCII.
 #if defined(__SSE2__)
 class ByteSearch {
   public:
-    ByteSearch(std::uint8_t first, std::uint8_t second)
+    ByteSearch(std::uint8_t first, std::uint8_t second, bool isPair)
         : first_(_mm_set1_epi8(static_cast<char>(first))),
-          second_(_mm_set1_epi8(static_cast<char>(second))) {}
+          second_(_mm_set1_epi8(static_cast<char>(second))),
+          isAlone_(_mm_set1_epi8(isPair ? 0 : -1)) {}
 
+    // Each two neighbours share a step. Where a name is put together of pieces, some bytes are neighbours
+    // that are none; that is allowed.
     void look(std::string_view name) {
         const char* const at = name.data();
         const std::size_t size = name.size();
         if (size >= kBlock) {
-            for (std::size_t i = 0; i + kBlock <= size; i += kBlock)
+            for (std::size_t i = 0; i + kBlock < size; i += kBlock - 1)
                 look(_mm_loadu_si128(reinterpret_cast<const __m128i*>(at + i)));
             look(_mm_loadu_si128(reinterpret_cast<const __m128i*>(at + size - kBlock)));
         } else if (size >= 8) {
-            look(_mm_set_epi64x(read<long long>(at), read<long long>(at + size - 8)));
+            look(_mm_set_epi64x(read<long long>(at + size - 8), read<long long>(at)));
         } else if (size >= 4) {
-            look(_mm_set_epi64x(read<int>(at), read<int>(at + size - 4)));
-        } else {
-            for (std::size_t i = 0; i < size; ++i)
-                look(_mm_set1_epi8(at[i]));
+            look(_mm_set_epi64x(read<int>(at + size - 4), read<int>(at)));
+        } else if (size > 0) {
+            look(_mm_setr_epi8(at[0], at[size / 2], at[size - 1], 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0));
         }
     }
 
-    bool sawBoth() const { return _mm_movemask_epi8(sawFirst_) != 0 && _mm_movemask_epi8(sawSecond_) != 0; }
+    bool sawThem() const { return _mm_movemask_epi8(saw_) != 0; }
     bool sawBeyondAscii() const { return _mm_movemask_epi8(all_) != 0; }
 
   private:
@@ -124,39 +133,42 @@ class ByteSearch {
 
     void look(__m128i block) {
         const __m128i small = _mm_or_si128(block, _mm_set1_epi8(kSmallLetter));
-        sawFirst_ = _mm_or_si128(sawFirst_, _mm_cmpeq_epi8(small, first_));
-        sawSecond_ = _mm_or_si128(sawSecond_, _mm_cmpeq_epi8(small, second_));
+        const __m128i follows = _mm_srli_si128(_mm_cmpeq_epi8(small, second_), 1);
+        const __m128i here = _mm_and_si128(_mm_cmpeq_epi8(small, first_), _mm_or_si128(follows, isAlone_));
+        saw_ = _mm_or_si128(saw_, here);
         all_ = _mm_or_si128(all_, block);
     }
 
     const __m128i first_;
     const __m128i second_;
-    __m128i sawFirst_ = _mm_setzero_si128();
-    __m128i sawSecond_ = _mm_setzero_si128();
+    const __m128i isAlone_;
+    __m128i saw_ = _mm_setzero_si128();
     __m128i all_ = _mm_setzero_si128();
 };
 #else
 class ByteSearch {
   public:
-    ByteSearch(std::uint8_t first, std::uint8_t second) : first_(first), second_(second) {}
+    ByteSearch(std::uint8_t first, std::uint8_t second, bool isPair)
+        : first_(first), second_(second), isPair_(isPair) {}
 
     void look(std::string_view name) {
-        for (const char byte : name) {
-            const auto small = static_cast<std::uint8_t>(byte) | kSmallLetter;
-            sawFirst_ |= small == first_;
-            sawSecond_ |= small == second_;
-            all_ |= static_cast<std::uint8_t>(byte);
+        for (std::size_t i = 0; i < name.size(); ++i) {
+            const bool isFollowed = i + 1 < name.size() && small(name[i + 1]) == second_;
+            saw_ |= small(name[i]) == first_ && (isFollowed || !isPair_);
+            all_ |= static_cast<std::uint8_t>(name[i]);
         }
     }
 
-    bool sawBoth() const { return sawFirst_ && sawSecond_; }
+    bool sawThem() const { return saw_; }
     bool sawBeyondAscii() const { return all_ >= 0x80; }
 
   private:
+    static std::uint8_t small(char byte) { return static_cast<std::uint8_t>(byte) | kSmallLetter; }
+
     const std::uint8_t first_;
     const std::uint8_t second_;
-    bool sawFirst_ = false;
-    bool sawSecond_ = false;
+    const bool isPair_;
+    bool saw_ = false;
     std::uint8_t all_ = 0;
 };
 #endif
@@ -175,40 +187,52 @@ NameTest::NameTest(NameTestWords words) : words_(std::move(words)) {
         for (auto& word : group)
             word = text::composed(word);
     asciiLowersPlainly_ = !words_.localised || text::loweredLocalised("I") == "i";
-    if (words_.caseSensitive || asciiLowersPlainly_) chooseRareBytes();
+    if (words_.caseSensitive || asciiLowersPlainly_) chooseNeighbours();
 }
 
 // A word beyond ASCII gives bytes that no ASCII name holds, so such names are turned down without more ado.
-void NameTest::chooseRareBytes() {
+NameTest::Neighbours NameTest::rarestNeighbours(const std::vector<std::string>& words) {
+    Neighbours rarest;
+    std::tuple<bool, bool, bool, std::size_t> rank;
+    const auto consider = [&](char first, char second, bool isPair) {
+        Neighbours candidate{static_cast<std::uint8_t>(first | char{kSmallLetter}),
+                             static_cast<std::uint8_t>(second | char{kSmallLetter}), isPair};
+        candidate.isOfEveryName = comesFromItself(candidate.first) && comesFromItself(candidate.second);
+        const bool isBeyondAscii = ((candidate.first | candidate.second) & 0x80) != 0;
+        const std::tuple candidateRank(isPair, isBeyondAscii, candidate.isOfEveryName,
+                                       rarityOf(candidate.first) + rarityOf(candidate.second) + 1);
+        if (candidateRank <= rank) return;
+        rank = candidateRank;
+        rarest = candidate;
+    };
+    for (const std::string& word : words) {
+        if (word.size() == 1) consider(word[0], word[0], false);
+        for (std::size_t i = 1; i < word.size(); ++i)
+            consider(word[i - 1], word[i], true);
+    }
+    return rarest;
+}
+
+void NameTest::chooseNeighbours() {
     const auto add = [this](const std::vector<std::string>& words) {
-        std::string bytes;
-        for (const std::string& word : words)
-            bytes += word;
-        for (char& byte : bytes)
-            byte = static_cast<char>(static_cast<std::uint8_t>(byte) | kSmallLetter);
-        std::ranges::sort(bytes, std::greater(), [](char byte) {
-            const auto value = static_cast<std::uint8_t>(byte);
-            return std::pair(rarityOf(value), value);
-        });
-        bytes.erase(std::unique(bytes.begin(), bytes.end()), bytes.end());
-        if (bytes.empty()) return false;
-        rareBytes_.push_back({static_cast<std::uint8_t>(bytes.front()),
-                              static_cast<std::uint8_t>(bytes[bytes.size() > 1 ? 1 : 0])});
+        const Neighbours rarest = rarestNeighbours(words);
+        if (rarest == Neighbours()) return false;
+        neighbours_.push_back(rarest);
         return true;
     };
     if (!words_.anyGroup) {
         add(words_.words);
     } else if (!std::ranges::all_of(words_.orGroups, add)) {
-        rareBytes_.clear();
+        neighbours_.clear();
     }
 }
 
 bool NameTest::mayMatch(std::string_view name) const {
-    if (rareBytes_.empty()) return true;
-    for (const RareBytes& wanted : rareBytes_) {
-        ByteSearch search(wanted.first, wanted.second);
+    if (neighbours_.empty()) return true;
+    for (const Neighbours& wanted : neighbours_) {
+        ByteSearch search(wanted.first, wanted.second, wanted.isPair);
         search.look(name);
-        if (search.sawBoth() || search.sawBeyondAscii()) return true;
+        if (search.sawThem() || (!wanted.isOfEveryName && search.sawBeyondAscii())) return true;
     }
     return false;
 }

@@ -30,25 +30,29 @@ class NameTest {
     bool matches(std::string_view name) const;
 
     // The cheap half of `matches`: false is certain, true says nothing. Copies and lowers nothing: it asks
-    // whether the rarest two bytes of the words stand anywhere in the name. Also takes a path.
+    // whether the rarest two neighbours of the words stand side by side in the name. Also takes a path.
     bool mayMatch(std::string_view name) const;
 
   private:
-    // Two bytes, with the bit that tells small letters set, that every ASCII name which matches holds.
-    struct RareBytes {
-        std::uint8_t first;
-        std::uint8_t second;
+    // Two bytes that stand side by side in every name which matches, the bit that tells small letters set.
+    struct Neighbours {
+        std::uint8_t first = 0;
+        std::uint8_t second = 0;
+        bool isPair = false;         // false: only the first is asked for, the words having one byte each
+        bool isOfEveryName = false;  // false: a name beyond ASCII may match without them
+        bool operator==(const Neighbours&) const = default;
     };
 
-    void chooseRareBytes();
+    static Neighbours rarestNeighbours(const std::vector<std::string>& words);
+    void chooseNeighbours();
     template <typename IsFound>
     bool holdsWords(IsFound isFound) const;
     std::string prepared(std::string_view text) const;
     bool matchesWholeWords(std::string_view name) const;
 
     NameTestWords words_;
-    std::vector<RareBytes> rareBytes_;  // one of them is enough; none: nothing can be told
-    bool asciiLowersPlainly_ = true;    // the user's language lowers "I" to "i"
+    std::vector<Neighbours> neighbours_;  // one of them is enough; none: nothing can be told
+    bool asciiLowersPlainly_ = true;      // the user's language lowers "I" to "i"
 };
 
 }  // namespace kestrix

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "base/text.h"
+#include "base/text_locale.h"
+
 namespace kestrix {
 namespace {
 
@@ -66,12 +69,14 @@ TEST(NameTest, TheQuickLookNeverTurnsDownWhatMatches) {
         NameTest({.words = {"_", "t_x"}}),
         NameTest({.words = {"\u00e9z"}}),
         NameTest({.words = {"k"}}),
+        NameTest({.words = {"z", "b"}}),
         NameTest({.words = {"Zq"}, .caseSensitive = true}),
         NameTest({.words = {"zq"}, .wholeWords = true}),
         NameTest({.orGroups = {{"zq", "x"}, {"\u00e9"}}, .anyGroup = true}),
     };
     int matched = 0, turnedDown = 0;
-    for (const char* piece : {"zq", "Zq", "ZQ x", "T_X", "e\u0301z", "\u00c9Z", "\u212a", "k", "b", ".zq."}) {
+    for (const char* piece :
+         {"zq", "Zq", "ZQ x", "T_X", "e\u0301z", "\u00c9Z", "\u212a", "k", "b", ".zq.", "\u00e9zq"}) {
         for (std::size_t size = 0; size <= 40; ++size) {
             for (std::size_t at : {std::size_t{0}, size / 2, size}) {
                 const std::string name = std::string(at, 'b') + piece + std::string(size - at, 'b');
@@ -87,6 +92,34 @@ TEST(NameTest, TheQuickLookNeverTurnsDownWhatMatches) {
     }
     EXPECT_GT(matched, 500);
     EXPECT_GT(turnedDown, 500);
+}
+
+TEST(NameTest, TheQuickLookAsksForNeighbours) {
+    const NameTest test({.words = {"report"}});
+    for (const char* name : {"open.txt", "o.p", "op", "a much longer name, with o at the end of p"})
+        EXPECT_FALSE(test.mayMatch(name)) << name;
+    EXPECT_FALSE(test.mayMatch("Übersicht.pdf"));
+}
+
+// An ASCII byte that a name holds only once it is lowered and composed must not be missed in the name itself.
+TEST(NameTest, TheQuickLookKnowsEveryCharacterThatBecomesAscii) {
+    std::vector<NameTest> tests;
+    for (int byte = 0; byte < 0x80; ++byte)
+        tests.emplace_back(NameTestWords{.words = {std::string(1, static_cast<char>(byte))}});
+    int met = 0;
+    for (char32_t codePoint = 0x80; codePoint <= 0x10ffff; ++codePoint) {
+        if (codePoint >= 0xd800 && codePoint < 0xe000) continue;
+        std::string name;
+        text::append(name, codePoint);
+        for (const char* language : {"", "lt"}) {
+            for (const char byte : text::composed(text::loweredFor(name, language))) {
+                if (byte < 0) continue;
+                ++met;
+                ASSERT_TRUE(tests[static_cast<std::size_t>(byte)].mayMatch(name)) << byte << " in " << name;
+            }
+        }
+    }
+    EXPECT_GE(met, 8);
 }
 
 }  // namespace
