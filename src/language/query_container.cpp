@@ -143,6 +143,11 @@ void QueryContainer::prepareNameTest() {
     words.caseSensitive = caseSensitive;
     words.wholeWords = commandOfType<WholeWords>() != nullptr;
     nameTest_ = NameTest(std::move(words));
+
+    NameTestWords anyWord{.anyGroup = true, .localised = false};
+    for (const auto& word : searchWords_)
+        anyWord.orGroups.push_back({word});
+    anyWordTest_ = NameTest(std::move(anyWord));
 }
 
 std::string QueryContainer::debugDescription() const {
@@ -206,7 +211,7 @@ bool QueryContainer::searchResultPassesFiltering(SearchResult& result,
     if (!ignoreList_.empty() && (ignoreList_.includesFolder(result.path) ||
                                  ignoreList_.containsExtension(path::extension(result.path))))
         return false;
-    const bool wordsMatch = fsItemNameStringIncludesWordsFromQuery(result.path);
+    const bool wordsMatch = fsItemNameStringIncludesWordsFromQuery(path::lastComponent(result.path));
     bool isExcluded = false;
     const auto applyThose = [&](bool readingContents) {
         for (const auto& command : commandsFoundInQuery_) {
@@ -228,7 +233,9 @@ bool QueryContainer::searchResultPassesFiltering(SearchResult& result,
 
 // One folder is given as often as words stand in its name: the merge judges each path only once.
 std::vector<std::string> QueryContainer::expandedFolderPaths(std::string_view path) const {
-    const std::string parent = std::string(path::parent(path)) + "/";
+    const std::string_view folder = path::parent(path);
+    if (!anyWordTest_.mayMatch(folder)) return {};
+    const std::string parent = std::string(folder) + "/";
     std::vector<std::string> folders;
     for (const auto& word : searchWords_) {
         if (word.empty()) continue;

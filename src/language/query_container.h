@@ -139,6 +139,7 @@ class QueryContainer {
     QuerySearchArguments querySearchArguments_;
     IgnoreItems ignoreList_;
     NameTest nameTest_;
+    NameTest anyWordTest_;  // for its quick look alone
 };
 
 }  // namespace kestrix

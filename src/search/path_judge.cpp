@@ -8,6 +8,20 @@
 
 namespace kestrix {
 
+namespace {
+
+// Without a branch in the loop, so that the compiler makes vectors of it: paths have many slashes, and a
+// search for two of them would stop at each.
+bool holdsEmptyComponent(std::string_view folder) {
+    unsigned char found = 0;
+    for (std::size_t i = 1; i < folder.size(); ++i)
+        found |=
+            static_cast<unsigned char>(folder[i - 1] == '/') & static_cast<unsigned char>(folder[i] == '/');
+    return found != 0;
+}
+
+}  // namespace
+
 PathJudge::PathJudge(const QueryContainer& query)
     : query_(query),
       everywhere_(!query.whereLocation() || !query.querySearchArguments().checkPathForResults),
@@ -77,7 +91,7 @@ std::optional<std::string_view> PathJudge::nameInFolder(std::string_view path) {
 
 void PathJudge::rememberFolder(std::string_view folder) {
     folder_ = folder;
-    plain_ = folder.front() == '/' && folder.find("//") == std::string_view::npos;
+    plain_ = folder.front() == '/' && !holdsEmptyComponent(folder);
     folderCrc_.reset();
     expanded_ = false;
     inLocation_.reset();
