@@ -214,8 +214,9 @@ SearchEnvironment Application::searchEnvironment(const SearchPlan& plan) {
     };
     std::optional<ContentIndexSearch::Environment> inCatalogs;
     if (plan.catalogs && (plan.catalogsNamedOutright || preferences().boolean("diskCatalogCaching"))) {
-        inCatalogs.emplace(ContentIndexSearch::Environment{
-            catalogs(), preferences(), plan.catalogsNamedOutright, plan.catalogFailed, &activities()});
+        inCatalogs.emplace(ContentIndexSearch::Environment{catalogs(), preferences(),
+                                                           plan.catalogsNamedOutright, plan.catalogFailed,
+                                                           &activities(), &itemsSeen_});
     }
     makers.standardSources = [plan, walk, inCatalogs] {
         SearchDataSources sources;

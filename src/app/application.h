@@ -1,6 +1,8 @@
 // The composition root: makes every process-wide service and hands each to whoever needs it.
 #pragma once
 
+#include <atomic>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -119,6 +121,8 @@ class Application {
     // own, whose faults are to be told at once.
     QueryEnvironment queryEnvironment(std::string_view line);
     WalkCounters& walkCounters() { return walkCounters_; }
+    // How many items of catalogs were looked at.
+    std::int64_t itemsSeen() const { return itemsSeen_; }
     SearchEnvironment searchEnvironment(const SearchPlan& plan);
 
     // Switches the log on for this run.
@@ -134,6 +138,7 @@ class Application {
     RunLoop mainQueue_;
     GMTrace trace_;
     WalkCounters walkCounters_;
+    std::atomic<std::int64_t> itemsSeen_ = 0;
     std::unique_ptr<UserFolders> folders_;
     std::unique_ptr<NotificationCenter> notifications_;
     std::unique_ptr<SettingsStore> settingsStore_;

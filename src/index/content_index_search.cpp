@@ -63,7 +63,10 @@ NameScanCalls ContentIndexSearch::callsOf(SearchDataSourceDelegate& handler) {
             [this, &handler](std::vector<SearchResult> results) {
                 handler.searchResults(std::move(results), *this);
             },
-            [&handler](std::int64_t items) { handler.searchDataSourceProgress(items); }};
+            [this, &handler](std::int64_t items) {
+                if (environment_.itemsSeen) *environment_.itemsSeen += items;
+                handler.searchDataSourceProgress(items);
+            }};
 }
 
 // Files whose words the catalog does not keep are handed over without source, for the command to read. A line

@@ -34,7 +34,8 @@ class ContentIndexSearch : public SearchDataSource {
         bool namedOutright = false;
         // A catalog that applies could not be looked through, and why; on the thread of the search.
         std::function<void(const SavedIndexInfo& catalog, const std::string& reason)> failed{};
-        ActivityController* activities = nullptr;  // none: nobody is told that words are looked through
+        ActivityController* activities = nullptr;        // none: nobody is told that words are looked through
+        std::atomic<std::int64_t>* itemsSeen = nullptr;  // counts every item whose name was looked at
     };
     explicit ContentIndexSearch(Environment environment) : environment_(std::move(environment)) {}
 

@@ -146,8 +146,10 @@ class NameScan {
     };
 
     void look(std::string_view record) {
+        const std::string_view name = nameInFSItem(record);
+        if (name.empty()) return;  // the last identifier that was given out
         ++looked_;
-        if (!entries_.takesName(nameInFSItem(record))) return;
+        if (!entries_.takesName(name)) return;
         const auto item = decodeFSItem(record);
         if (!item) return;
         if (entries_.isRuledOut(sizeOf(*item), modDateOf(*item), creationDateOf(*item))) {

@@ -21,8 +21,10 @@ class CatalogCommand : public ::testing::Test {
 
     std::string tree() const { return program_.folder().path("tree"); }
     Outcome run(std::vector<std::string> arguments) const { return program_.run(arguments); }
-    Outcome find() const {
-        return run({"find", "report", "--in", tree(), "--source", "catalog", "--no-history"});
+    Outcome find(std::vector<std::string> options = {}) const {
+        options.insert(options.begin(),
+                       {"find", "report", "--in", tree(), "--source", "catalog", "--no-history"});
+        return run(std::move(options));
     }
     nlohmann::json factsOf(const std::string& name) const {
         return nlohmann::json::parse(run({"catalog", "info", name, "--json"}).output);
@@ -56,6 +58,7 @@ TEST_F(CatalogCommand, ACatalogIsMadeListedSearchedAndRemoved) {
     EXPECT_EQ(nlohmann::json::parse(run({"catalog", "list", "--json"}).output).size(), 1u);
     std::filesystem::remove(tree() + "/report.txt");
     EXPECT_EQ(find().output, tree() + "/report.txt\n" + tree() + "/deep/report 2.txt\n");
+    EXPECT_NE(find({"--stats"}).errors.find("catalog items seen  3\n"), std::string::npos);
     program_.folder().file("tree/new report");
     const Outcome updated = run({"catalog", "update"});
     EXPECT_EQ(updated.output.rfind("\"My tree\": 2 files, 1 new or changed, ", 0), 0u) << updated.output;

@@ -313,8 +313,9 @@ void FindRun::drawProgress() {
         const ActivityItem::Texts texts = items.back()->texts();
         text = texts.leftText + (texts.rightText.empty() ? "" : ": " + texts.rightText);
     }
-    progress_.show(fmt::format("{} - {} entries in {} folders, {} found", text, counters.entries.load(),
-                               counters.directories.load(), found_));
+    progress_.show(fmt::format("{} - {} entries in {} folders, {} found", text,
+                               counters.entries + application_.itemsSeen(), counters.directories.load(),
+                               found_));
     application_.mainQueue().postAfter(kProgressInterval, [this] { drawProgress(); });
 }
 
@@ -364,6 +365,7 @@ void FindRun::printStats() {
         fmt::format("files seen          {}\n", std::max<std::int64_t>(counters.entries - directories, 0));
     text += fmt::format("folders seen        {}\n", directories);
     text += fmt::format("folders unreadable  {}\n", counters.unreadable.load());
+    text += fmt::format("catalog items seen  {}\n", application_.itemsSeen());
     if (firstResult_) {
         text += fmt::format("first result after  {:.1f} ms\n", milliseconds(context_.started, *firstResult_));
     }
