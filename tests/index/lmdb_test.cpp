@@ -166,6 +166,30 @@ TEST_F(SimpleLMDBTest, aScanDeliversEachKeyOnceBesideAWriter) {
 }
 
 // Each reads on until the writers are done, so a writer that was kept out would not come to its end.
+// Many pages, and values that lie in pages of their own.
+TEST_F(SimpleLMDBTest, aScanDeliversEveryValueWhereverItLies) {
+    SimpleLMDB db;
+    db.open(file);
+    std::vector<ValueGroupKey> values;
+    std::vector<std::pair<std::string, std::string>> expected;
+    for (int i = 1000; i < 4000; ++i) {
+        const std::string key = std::to_string(i);
+        values.push_back({key + std::string(i % 50 == 7 ? 9000 : i % 61, 'v'), "F", key});
+        expected.emplace_back("F" + key, values.back().value);
+    }
+    db.put(values);
+    put(db, "G", "behind the range");
+    for (const int batchSize : {1, 7, SimpleLMDB::kBatchSize}) {
+        std::vector<std::pair<std::string, std::string>> found;
+        const auto keep = [&](std::string_view key, std::string_view value) {
+            found.emplace_back(key, value);
+            return true;
+        };
+        db.scan("F", batchSize, keep, [] { return true; });
+        EXPECT_EQ(found, expected) << batchSize;
+    }
+}
+
 TEST_F(SimpleLMDBTest, threadsThatReadAtOnceKeepNoWriterOut) {
     SimpleLMDB db;
     SimpleLMDB elsewhere;

@@ -132,6 +132,9 @@ void LMDBFile::openEnvironment(std::size_t mapSize) {
     check(mdb_env_set_mapsize(environment_, mapSize));
     const unsigned flags = MDB_NOLOCK | MDB_NOSUBDIR | (readOnly_ ? MDB_RDONLY : 0U);
     check(mdb_env_open(environment_, path_.c_str(), flags, readOnly_ ? kReadOnlyMode : kMode));
+    MDB_stat stat;
+    check(mdb_env_stat(environment_, &stat));
+    pageSize_ = stat.ms_psize;
 }
 
 // False if there is no database of this name in the file.

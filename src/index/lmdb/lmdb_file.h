@@ -38,6 +38,7 @@ class LMDBFile {
     bool isReadOnly() const { return readOnly_; }
     MDB_env* environment() const { return environment_; }
     MDB_dbi database() const { return database_; }
+    std::size_t pageSize() const { return pageSize_; }
 
     void check(int returnCode) const {
         if (returnCode != MDB_SUCCESS) throw LMDBError(returnCode, path_);
@@ -75,6 +76,7 @@ class LMDBFile {
     std::unique_ptr<FileRangesLock> locks_;
     MDB_env* environment_ = nullptr;
     MDB_dbi database_ = 0;
+    std::size_t pageSize_ = 0;
     Locked<std::vector<MDB_txn*>> readers_;  // reset, ready to be renewed
 };
 

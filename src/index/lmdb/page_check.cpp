@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cstring>
 #include <utility>
 #include <vector>
 
@@ -23,16 +22,7 @@ using namespace lmdb;
 // transaction and never written. More than this is damage, and would make the bitmap needlessly large.
 constexpr std::uint64_t kMostUnwrittenPages = std::uint64_t{1} << 20;
 
-constexpr std::size_t kCacheLine = 64;
-
 enum class TreeKind { freeList, main, named };
-
-template <typename T>
-T valueAt(const char* place) {
-    T value;
-    std::memcpy(&value, place, sizeof value);
-    return value;
-}
 
 [[noreturn]] void refuse(int code, std::uint64_t page, std::string_view why) {
     throw PageFault{code, fmt::format("page {}: {}", page, why)};
@@ -229,7 +219,7 @@ class Checker {
 
     void checkChildren(const NodePage& page, std::size_t level, std::size_t first, std::size_t last) {
         for (std::size_t i = first; i < last; ++i) {
-            if (i + 1 < last) prefetch(valueAt<Node>(page.nodeAt(i + 1)).child());
+            if (i + 1 < last) prefetchPage(valueAt<Node>(page.nodeAt(i + 1)).child());
             const char* node = page.nodeAt(i);
             const std::string_view key = NodePage::keyOf(node);
             if (key.size() > kLongestKey) damaged(page.number(), "a key is too long");
@@ -272,12 +262,10 @@ class Checker {
         }
     }
 
-    // The next page is on its way into the cache while this one is looked at; the processor does not foresee
-    // it by itself, as pages do not follow one another.
-    void prefetch(std::uint64_t page) const {
-        if (page >= layout_.filePages) return;
-        for (std::size_t at = 0; at < layout_.pageSize; at += kCacheLine)
-            __builtin_prefetch(layout_.file.data() + page * layout_.pageSize + at);
+    // The next page is on its way while this one is looked at.
+    void prefetchPage(std::uint64_t page) const {
+        if (page < layout_.filePages)
+            prefetch(layout_.file.data() + page * layout_.pageSize, layout_.pageSize);
     }
 
     void checkLeaf(const NodePage& page) {

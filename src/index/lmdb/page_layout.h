@@ -1,5 +1,5 @@
 // How LMDB 0.9 lays out a file on 64-bit little-endian machines, which its own header keeps to itself. For
-// page_check.cpp alone.
+// page_check.cpp and record_cursor.cpp alone.
 //
 // A file is pages of one size: two meta pages, of which the one with the higher transaction number counts,
 // then the pages of three kinds of B+trees: the free list, the main tree, and one tree for each database
@@ -24,6 +24,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace kestrix::lmdb {
 
@@ -90,5 +91,20 @@ struct Node {
     std::uint64_t child() const { return valueSize() | std::uint64_t{flags} << 32; }
 };
 static_assert(sizeof(Node) == kNodeSize);
+
+template <typename T>
+T valueAt(const char* place) {
+    T value;
+    std::memcpy(&value, place, sizeof value);
+    return value;
+}
+
+// Has all of a page on its way into the cache before its records are looked at one by one; the processor does
+// not foresee it by itself, as pages do not follow one another.
+inline void prefetch(const char* page, std::size_t size) {
+    constexpr std::size_t kCacheLine = 64;
+    for (std::size_t at = 0; at < size; at += kCacheLine)
+        __builtin_prefetch(page + at);
+}
 
 }  // namespace kestrix::lmdb

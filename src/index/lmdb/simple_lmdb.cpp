@@ -8,6 +8,7 @@
 #include "base/uuid.h"
 #include "index/lmdb/lmdb_file.h"
 #include "index/lmdb/readers_gate.h"
+#include "index/lmdb/record_cursor.h"
 #include "platform/stored_file.h"
 
 namespace kestrix {
@@ -206,27 +207,21 @@ bool isBefore(std::string_view key, std::string_view end) {
     return key.size() < end.size();
 }
 
-int firstKeyOfBatch(MDB_cursor* cursor, const ScanPlace& place, MDB_val& key, MDB_val& value) {
-    if (place.lastKey.empty() && place.range.first.empty())
-        return mdb_cursor_get(cursor, &key, &value, MDB_FIRST);
-    key = valOf(place.lastKey.empty() ? place.range.first : place.lastKey);
-    const int result = mdb_cursor_get(cursor, &key, &value, MDB_SET_RANGE);
-    if (result != MDB_SUCCESS || place.lastKey.empty() || viewOf(key) != place.lastKey) return result;
-    return mdb_cursor_get(cursor, &key, &value, MDB_NEXT);
+bool isAtNext(RecordCursor& records, const ScanPlace& place) {
+    if (!records.seek(place.lastKey.empty() ? place.range.first : place.lastKey)) return false;
+    return records.key() != place.lastKey || records.next();
 }
 
-void takeBatch(MDB_cursor* cursor, ScanPlace& place, int batchSize, const SimpleLMDB::Take& take) {
+void takeBatch(RecordCursor& records, ScanPlace& place, int batchSize, const SimpleLMDB::Take& take) {
     const std::string_view end = place.range.end;
-    MDB_val key;
-    MDB_val value;
-    int result = firstKeyOfBatch(cursor, place, key, value);
-    for (int taken = 0; result == MDB_SUCCESS && (end.empty() || isBefore(viewOf(key), end));) {
-        if (!take(viewOf(key), viewOf(value))) break;
+    bool isThere = isAtNext(records, place);
+    for (int taken = 0; isThere && (end.empty() || isBefore(records.key(), end));) {
+        if (!take(records.key(), records.value())) break;
         if (++taken == batchSize) {
-            place.lastKey = viewOf(key);
+            place.lastKey = records.key();
             return;
         }
-        result = mdb_cursor_get(cursor, &key, &value, MDB_NEXT);
+        isThere = records.next();
     }
     place.atEnd = true;
 }
@@ -248,7 +243,8 @@ void SimpleLMDB::scan(const KeyRange& range, int batchSize, const Take& take,
     while (!place.atEnd) {
         {
             const Reading reading(*state_);
-            takeBatch(cursorOf(reading.file(), reading.transaction()).get(), place, batchSize, take);
+            RecordCursor records(reading.file(), reading.transaction());
+            takeBatch(records, place, batchSize, take);
         }
         if (!betweenBatches()) return;
     }
