@@ -172,6 +172,7 @@ TEST_F(SimpleLMDBTest, aScanDeliversEveryValueWhereverItLies) {
     db.open(file);
     std::vector<ValueGroupKey> values;
     std::vector<std::pair<std::string, std::string>> expected;
+    values.reserve(3000);
     for (int i = 1000; i < 4000; ++i) {
         const std::string key = std::to_string(i);
         values.push_back({key + std::string(i % 50 == 7 ? 9000 : i % 61, 'v'), "F", key});
@@ -188,6 +189,21 @@ TEST_F(SimpleLMDBTest, aScanDeliversEveryValueWhereverItLies) {
         db.scan("F", batchSize, keep, [] { return true; });
         EXPECT_EQ(found, expected) << batchSize;
     }
+}
+
+TEST_F(SimpleLMDBTest, aFileThatWasReplacedWhileItWasOpenIsReadButNotWritten) {
+    SimpleLMDB db;
+    db.open(file);
+    put(db, "F1", "old");
+    SimpleLMDB again;
+    again.open(file);
+    db.copyCompacted(folder.path("b.kxcache"));
+    std::filesystem::rename(folder.path("b.kxcache"), file);
+    EXPECT_THROW(put(again, "F1", "new"), LMDBError);
+    EXPECT_EQ(again.get("F", "1"), "old");
+    again.open(file);
+    put(again, "F1", "new");
+    EXPECT_EQ(again.get("F", "1"), "new");
 }
 
 TEST_F(SimpleLMDBTest, threadsThatReadAtOnceKeepNoWriterOut) {

@@ -104,6 +104,7 @@ TEST(NameTest, TheQuickLookAsksForNeighbours) {
 // An ASCII byte that a name holds only once it is lowered and composed must not be missed in the name itself.
 TEST(NameTest, TheQuickLookKnowsEveryCharacterThatBecomesAscii) {
     std::vector<NameTest> tests;
+    tests.reserve(0x80);
     for (int byte = 0; byte < 0x80; ++byte)
         tests.emplace_back(NameTestWords{.words = {std::string(1, static_cast<char>(byte))}});
     int met = 0;

@@ -62,10 +62,10 @@ std::unique_ptr<FileRangesLock> locksOf(const std::string& file, FileRangesLock:
 }  // namespace
 
 LMDBFile::LMDBFile(std::string path, std::size_t mapSize, bool readOnly)
-    : path_(std::move(path)), readOnly_(readOnly) {
+    : path_(std::move(path)), mapSize_(mapSize), readOnly_(readOnly) {
     try {
         openLocks();
-        open(mapSize);
+        open();
     } catch (...) {
         close();
         throw;
@@ -94,24 +94,25 @@ void LMDBFile::openLocks() {
     }
 }
 
-void LMDBFile::open(std::size_t mapSize) {
+void LMDBFile::open() {
     using Mode = FileRangesLock::Mode;
     const bool isNew = locks_->fileSize() == 0;
     if (readOnly_ && isNew) throw LMDBError(ENOENT, path_);
     {
         const HeldByte held(*locks_, isNew ? Mode::exclusive : Mode::shared);
-        checkPages();
-        openEnvironment(mapSize);
+        checked_ = checkPages();
+        openEnvironment(isNew ? Access::writing : Access::reading);
         if (findDatabase()) return;
     }
     const HeldByte held(*locks_, readOnly_ ? Mode::shared : Mode::exclusive);
     if (readOnly_ || holdsSomethingElse()) throw LMDBError(MDB_INVALID, path_);
+    becomeWritable();
     makeDatabase();
 }
 
 // A search opens a catalog to read what it describes, and again to scan it. What this process has found sound
 // and nobody has touched since is not looked at a second time: that costs as much as a quarter of a scan.
-void LMDBFile::checkPages() const {
+FileAttributes LMDBFile::checkPages() const {
     static Locked<std::map<std::string, FileAttributes>> sound;
     FileAttributes now;
     const bool isKnown = readAttributes(path_, true, now) == 0;
@@ -119,22 +120,45 @@ void LMDBFile::checkPages() const {
             const auto known = files.find(path_);
             return known != files.end() && isSameState(known->second, now);
         })) {
-        return;
+        return now;
     }
     const MappedFile mapped(path_);
     if (const auto fault = faultOfPages(mapped.bytes())) throw LMDBError(fault->code, path_, fault->text);
     if (isKnown && isSettled(now)) sound.modify([&](auto& files) { files.insert_or_assign(path_, now); });
+    return now;
 }
 
-void LMDBFile::openEnvironment(std::size_t mapSize) {
+void LMDBFile::openEnvironment(Access access) {
+    access_ = access;
     check(mdb_env_create(&environment_));
     check(mdb_env_set_maxdbs(environment_, kMaxDBs));
-    check(mdb_env_set_mapsize(environment_, mapSize));
-    const unsigned flags = MDB_NOLOCK | MDB_NOSUBDIR | (readOnly_ ? MDB_RDONLY : 0U);
+    check(mdb_env_set_mapsize(environment_, mapSize_));
+    const unsigned flags = MDB_NOLOCK | MDB_NOSUBDIR | (access == Access::reading ? MDB_RDONLY : 0U);
     check(mdb_env_open(environment_, path_.c_str(), flags, readOnly_ ? kReadOnlyMode : kMode));
     MDB_stat stat;
     check(mdb_env_stat(environment_, &stat));
     pageSize_ = stat.ms_psize;
+}
+
+// A file is opened for reading until the first write comes. For writing the library sets megabytes aside and
+// clears them, which takes as long as a good part of a search. Everyone else is kept out meanwhile.
+void LMDBFile::becomeWritable() {
+    if (access_ == Access::writing) return;
+    FileAttributes now;
+    if (readAttributes(path_, true, now) != 0 || now.device != checked_.device || now.inode != checked_.inode)
+        throw LMDBError(ESTALE, path_, "another file has taken its place");
+    endReaders();
+    MDB_env* const forReading = std::exchange(environment_, nullptr);
+    try {
+        openEnvironment(Access::writing);
+        findDatabase();
+    } catch (...) {
+        if (environment_) mdb_env_close(environment_);
+        environment_ = forReading;
+        access_ = Access::reading;
+        throw;
+    }
+    mdb_env_close(forReading);
 }
 
 // False if there is no database of this name in the file.
@@ -160,9 +184,16 @@ void LMDBFile::makeDatabase() {
     make.commit();
 }
 
+void LMDBFile::endReaders() {
+    readers_.modify([](std::vector<MDB_txn*>& idle) {
+        for (MDB_txn* const reader : idle)
+            mdb_txn_abort(reader);
+        idle.clear();
+    });
+}
+
 void LMDBFile::close() {
-    for (MDB_txn* const reader : readers_.get())
-        mdb_txn_abort(reader);
+    endReaders();
     if (environment_) mdb_env_close(environment_);
     locks_.reset();
 }
@@ -171,9 +202,15 @@ void LMDBFile::lockForReading() const {
     locks_->lock(kCommitByte, FileRangesLock::Mode::shared);
 }
 
-void LMDBFile::lockForCommit() const {
+void LMDBFile::lockForCommit() {
     if (readOnly_) throw LMDBError(EACCES, path_);
     locks_->lock(kCommitByte, FileRangesLock::Mode::exclusive);
+    try {
+        becomeWritable();
+    } catch (...) {
+        unlock();
+        throw;
+    }
 }
 
 void LMDBFile::unlock() const {

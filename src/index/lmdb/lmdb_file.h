@@ -12,6 +12,7 @@
 
 #include "base/lock.h"
 #include "index/lmdb/lmdb_error.h"
+#include "platform/directory.h"
 #include "platform/file_ranges_lock.h"
 
 namespace kestrix {
@@ -46,7 +47,7 @@ class LMDBFile {
 
     // What other processes see: a commit waits for the readers, and readers for a commit.
     void lockForReading() const;
-    void lockForCommit() const;  // throws for a file that is open for reading
+    void lockForCommit();  // throws for a file that may only be read
     void unlock() const;
 
     bool tryLockForBuilding() const;
@@ -62,19 +63,26 @@ class LMDBFile {
     static int trueCauseOf(int returnCode, const std::string& file);
 
   private:
+    enum class Access { reading, writing };
+
     void openLocks();
-    void open(std::size_t mapSize);
-    void checkPages() const;
-    void openEnvironment(std::size_t mapSize);
+    void open();
+    FileAttributes checkPages() const;
+    void openEnvironment(Access access);
+    void becomeWritable();
     bool findDatabase();
     bool holdsSomethingElse() const;
     void makeDatabase();
+    void endReaders();
     void close();
 
     const std::string path_;
+    const std::size_t mapSize_;
     bool readOnly_;
     std::unique_ptr<FileRangesLock> locks_;
+    FileAttributes checked_;
     MDB_env* environment_ = nullptr;
+    Access access_ = Access::reading;  // of the environment
     MDB_dbi database_ = 0;
     std::size_t pageSize_ = 0;
     Locked<std::vector<MDB_txn*>> readers_;  // reset, ready to be renewed

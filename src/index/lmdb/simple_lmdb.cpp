@@ -133,7 +133,7 @@ class SimpleLMDB::Writing {
 
   private:
     const ReadersGate::Alone alone_;
-    const LMDBFile& file_;
+    LMDBFile& file_;
 };
 
 SimpleLMDB::SimpleLMDB() : state_(std::make_unique<State>()) {

@@ -63,7 +63,8 @@ class SimpleLMDB {
 
     // Opens the file, making it (and its database) if it is not there; a file of zero length counts as not
     // there. A file that may not be written is opened for reading. What is no LMDB file of this version, or
-    // has damaged pages, throws with one line that says so. Closes what was open before.
+    // has damaged pages, throws with one line that says so. Closes what was open before. A file whose place
+    // another one takes while it is open is read on, but no longer written.
     void open(const std::string& file, const Options& options);
     void open(const std::string& file) { open(file, Options()); }
     void close();
