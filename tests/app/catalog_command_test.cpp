@@ -124,6 +124,7 @@ TEST_F(CatalogCommand, ThoseAddedAtTheSameTimeGetFilesOfTheirOwn) {
 }
 
 TEST_F(CatalogCommand, WhatCannotBeDoneIsRefusedInOneLine) {
+    EXPECT_EQ(find().errors, "kestrix: no catalog knows the place; kestrix catalog add makes one\n");
     run({"catalog", "add", tree()});
     expectRefusal(run({"catalog", "add", tree()}), {"\"tree\"", "catalog update", "--name"});
     expectRefusal(run({"catalog", "add", tree() + "/absent"}), {"there is no"});

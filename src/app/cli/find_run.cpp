@@ -375,6 +375,14 @@ void FindRun::printStats() {
     writeTo(StandardStream::error, text);
 }
 
+void FindRun::noteWhyNothing() {
+    if (onlyFilters_)
+        return complain("nothing to look for: the line only leaves names out; add a word to find");
+    const bool asksCatalogsAlone = request_.catalogsNamedOutright && !request_.walk;
+    if (asksCatalogsAlone && application_.catalogs().cachesForLocations(*locationFromPopupIndex()).empty())
+        complain("no catalog knows the place; kestrix catalog add makes one");
+}
+
 int FindRun::exitCode() {
     if (interruptedBy_ != 0) return exitCodeOf(interruptedBy_);
     if (ranScript_) return application_.scripter().failuresSoFar() > 0 ? kExitFailure : kExitFound;
@@ -386,9 +394,7 @@ int FindRun::exitCode() {
         if (!notedUnknownWords_) complain("nothing to look for: the line is empty; give at least one word");
         return kExitNothing;
     }
-    if (found_ == 0 && onlyFilters_) {
-        complain("nothing to look for: the line only leaves names out; add a word to find");
-    }
+    if (found_ == 0) noteWhyNothing();
     const std::int64_t unreadable = application_.walkCounters().unreadable;
     if (request_.strict && unreadable > 0) {
         complain(fmt::format("{} {} could not be read", unreadable, unreadable == 1 ? "folder" : "folders"));

@@ -70,6 +70,7 @@ class FindRun : private SearchSessionView, private ResultsContentView {
     void noteWhatIsNotUnderstood(const QueryContainer& query);
     void noteSlowPatterns();
     void noteFailedCatalog(const std::string& name, const std::string& reason);
+    void noteWhyNothing();
     int exitCode();
 
     CommandContext& context_;
