@@ -107,6 +107,14 @@ TEST_F(CatalogCommand, ACatalogOfNamesIsGivenWordsByAnUpdate) {
               tree() + "/report.txt\n");
 }
 
+TEST_F(CatalogCommand, AMirrorBringsItsWordsAlong) {
+    const std::string mirror = program_.folder().path("mirror.kxcache");
+    run({"catalog", "add", tree(), "--words", "--mirror", mirror});
+    run({"catalog", "remove", "tree"});
+    run({"catalog", "add", tree(), "--mirror", mirror});
+    EXPECT_EQ(factsOf("tree")["mode"], 1);
+}
+
 // Of folders that are called alike, whose files would be called alike as well.
 TEST_F(CatalogCommand, ThoseAddedAtTheSameTimeGetFilesOfTheirOwn) {
     std::vector<pid_t> adding;

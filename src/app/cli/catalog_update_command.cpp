@@ -160,9 +160,10 @@ int addCatalog(const Arguments& arguments, CommandContext& context) {
     if (typeOf(place) != EntryType::directory) return takeIn(place, arguments, context);
     BuildWatch watch(context);
     const auto index = enter(place, arguments, context.application);
-    return exitCodeOf(
-        watch,
-        report(*index, watch.run(index, chosenMode(arguments).value_or(ContentIndexMode::off)), context));
+    // A mirror may bring words along.
+    const auto before = index->documentInfo().lastIndexMode;
+    return exitCodeOf(watch,
+                      report(*index, watch.run(index, chosenMode(arguments).value_or(before)), context));
 }
 
 int updateCatalogs(const Arguments& arguments, CommandContext& context) {
