@@ -1,5 +1,6 @@
 #include "language/commands/regex_command.h"
 
+#include <chrono>
 #include <thread>
 
 #include "tests/language/language_fixture.h"
@@ -47,9 +48,11 @@ TEST_F(RegexCommandTest, NoPatternCanHangASearch) {
     EXPECT_FALSE(command.exceededItsBound());
     EXPECT_EQ(judge(command, "/xxy"), CommandApplyResult::accept);
     EXPECT_FALSE(command.exceededItsBound());
+    const auto start = std::chrono::steady_clock::now();
     for (int i = 0; i < 20'000; ++i)
         ASSERT_EQ(judge(command, name), CommandApplyResult::exclude);
     EXPECT_TRUE(command.exceededItsBound());
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));
     // No room for backtracking instead of no time.
     EXPECT_EQ(judge("(?:a|b)*c", "/" + std::string(3'000'000, 'a')), CommandApplyResult::exclude);
 }

@@ -135,7 +135,7 @@ TEST_F(ContentSearchTest, AStopCancelsTheDocumentThatIsRead) {
     listener_.stopped = true;
     // Once is enough, whenever it comes.
     line->commandsFoundInQuery().front()->commandStop();
-    ASSERT_EQ(judged.wait_for(std::chrono::minutes(1)), std::future_status::ready);
+    ASSERT_EQ(judged.wait_for(std::chrono::seconds(5)), std::future_status::ready);
     EXPECT_FALSE(judged.get());
 }
 
